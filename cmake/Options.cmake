@@ -1,0 +1,28 @@
+# Language, warnings and sanitizers, for every target of the project.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_compile_definitions(_GNU_SOURCE)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+# LD_LIBRARY_PATH outranks the build's own path, so that another transport can be put in place without a rebuild.
+add_link_options(-Wl,--enable-new-dtags)
+
+if(MX_WERROR)
+    add_compile_options(-Werror)
+endif()
+
+if(MX_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
+if(MX_BUILD_TESTS)
+    # Fortified builds rename calls, and a test's double of a renamed call is passed by.
+    add_compile_options(-U_FORTIFY_SOURCE)
+endif()
