@@ -1,0 +1,6 @@
+#include "cardRoot.h"
+
+const char *cardRoot()
+{
+    return "/tmp/fuse_d/";
+}
