@@ -32,7 +32,7 @@ folderState findFolder()
     cardPath(shown, "MISC/");
     struct stat state = {};
     if (stat(folder, &state) != 0) {
-        if (mkdir(folder, folderMode) != 0) {
+        if (mkdir(shown, folderMode) != 0) {
             fprintf(stderr, "Failed to create folder:%s\n", shown);
             return FOLDER_FAILED;
         }

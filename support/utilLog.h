@@ -23,6 +23,11 @@ enum {
     UTIL_LOG_LEVEL_LAST = 7   ///< number of levels; can't be set
 };
 
+#ifndef MX_SOURCE_NAME // a source outside this build
+#define MX_SOURCE_NAME __FILE_NAME__
+#define MX_SOURCE_PATH __FILE__
+#endif
+
 extern "C" {
 
 /** The log level: a line is logged when its level is not above this. Initially UTIL_LOG_LEVEL_ERROR. */

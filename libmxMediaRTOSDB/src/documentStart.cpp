@@ -1,0 +1,26 @@
+#include "documentStart.h"
+
+#include <cstdio>
+
+#include "httpStatus.h"
+#include "utilLog.h"
+
+int documentCardID(char (&cardId)[CARD_ID_BYTES], int status)
+{
+    if (getCardIDStr(cardId) < 0) {
+        UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "getCardIDStr ret < 0");
+        snprintf(cardId, sizeof cardId, "0");
+        return HTTP_NOT_FOUND;
+    }
+    return status;
+}
+
+int documentConnect(rtosConnection *pRtosConn, char (&cardId)[CARD_ID_BYTES])
+{
+    int status = HTTP_OK;
+    if (rtosConnectionCtor(pRtosConn) < 0) {
+        UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "rtosConnectionCtor ret < 0");
+        status = HTTP_INTERNAL_SERVER_ERROR;
+    }
+    return documentCardID(cardId, status);
+}
