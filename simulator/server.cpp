@@ -1,0 +1,175 @@
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "server.h"
+
+namespace sim
+{
+
+/** Waits for more changes of the card, so that many in a row cost one catalogue; and for descriptors to come free. */
+static constexpr std::chrono::milliseconds pauseTime{100};
+
+Channel::Channel(const std::string &path) : path_(path)
+{
+    const auto require = [&path](bool good) {
+        if (!good) {
+            throw std::system_error(errno, std::generic_category(), path);
+        }
+    };
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        require(false);
+    }
+    path.copy(address.sun_path, path.size());
+    const auto *pAddress = reinterpret_cast<const sockaddr *>(&address);
+    const auto makeSocket = [] { return UniqueFd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); };
+
+    // The lock keeps two simulators that start at once from taking the socket from each other.
+    lock_ = UniqueFd(open(std::filesystem::path(path).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    require(static_cast<bool>(lock_));
+    const bool locked = flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
+    const UniqueFd probe = makeSocket();
+    if (!locked || connect(probe.get(), pAddress, sizeof address) == 0 || errno == EAGAIN) {
+        throw ChannelTaken(path + ": another database serves the channel");
+    }
+    require(unlink(path.c_str()) == 0 || errno == ENOENT);
+    listener_ = makeSocket();
+    require(bind(listener_.get(), pAddress, sizeof address) == 0 && listen(listener_.get(), SOMAXCONN) == 0);
+}
+
+Channel::~Channel()
+{
+    unlink(path_.c_str());
+}
+
+void Server::run(int stopFd)
+{
+    for (;;) {
+        const Clock::time_point now = Clock::now();
+        if (acceptAt_ && *acceptAt_ <= now) {
+            acceptAt_.reset();
+        }
+        if (refreshAt_ && *refreshAt_ <= now) {
+            refreshAt_.reset();
+            database_.refresh();
+        }
+        std::vector<pollfd> polled = {
+            {stopFd, POLLIN, 0}, {acceptAt_ ? -1 : channel_.fd(), POLLIN, 0}, {database_.watchFd(), POLLIN, 0}};
+        const size_t fixed = polled.size();
+        for (const Client &client : clients_) {
+            const int wanted = !client.answer ? POLLIN : client.due <= now ? POLLOUT : 0;
+            polled.push_back({client.fd.get(), static_cast<short>(wanted), 0});
+        }
+        if (poll(polled.data(), polled.size(), timeout()) < 0 && errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "poll");
+        }
+        if (polled[0].revents != 0) {
+            return;
+        }
+        if (polled[2].revents != 0 && database_.isOutdated()) {
+            refreshAt_ = Clock::now() + pauseTime;
+        }
+        auto at = polled.begin() + static_cast<std::ptrdiff_t>(fixed);
+        for (Client &client : clients_) {
+            serve(client, (at++)->revents);
+        }
+        clients_.remove_if([](const Client &client) { return client.gone; });
+        if (polled[1].revents != 0) {
+            acceptClients();
+        }
+    }
+}
+
+int Server::timeout() const
+{
+    std::optional<Clock::time_point> first = refreshAt_;
+    const auto consider = [&first](Clock::time_point when) { first = std::min(first.value_or(when), when); };
+    if (acceptAt_) {
+        consider(*acceptAt_);
+    }
+    for (const Client &client : clients_) {
+        if (client.answer && client.due > Clock::now()) {
+            consider(client.due);
+        }
+    }
+    if (!first) {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*first - Clock::now());
+    return static_cast<int>(std::clamp<int64_t>(left.count(), 0, INT32_MAX));
+}
+
+void Server::acceptClients()
+{
+    for (;;) {
+        UniqueFd fd(accept4(channel_.fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (!fd) {
+            if (errno != EAGAIN && errno != ECONNABORTED && errno != EINTR) {
+                acceptAt_ = Clock::now() + pauseTime;
+            }
+            return;
+        }
+        clients_.push_back({std::move(fd), std::nullopt, {}, false});
+    }
+}
+
+void Server::serve(Client &client, short events)
+{
+    if ((events & POLLOUT) != 0 && client.answer) {
+        send(client);
+    } else if ((events & POLLIN) != 0 && !client.answer) {
+        receive(client);
+    } else if ((events & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
+        client.gone = true;
+    }
+}
+
+void Server::receive(Client &client)
+{
+    // One byte more than a message may have, so that one too long is seen to be.
+    std::array<uint8_t, DB_MESSAGE_MAX_BYTES + 1> request;
+    const ssize_t size = recv(client.fd.get(), request.data(), request.size(), 0);
+    if (size < 0) {
+        client.gone = errno != EAGAIN && errno != EINTR;
+        return;
+    }
+    pollfd ended = {client.fd.get(), POLLRDHUP, 0};
+    if (size == 0 && poll(&ended, 1, 0) == 1) {
+        // The end, and no message of no bytes.
+        client.gone = true;
+        return;
+    }
+    const Delivery delivery = faults_.deliver(Bytes(request).first(static_cast<size_t>(size)), [this](Bytes bytes) {
+        database_.refresh();
+        return database_.answer(bytes);
+    });
+    if (!delivery.answered) {
+        return;
+    }
+    client.answer = delivery.message;
+    client.due = Clock::now() + delivery.delay;
+    if (delivery.delay.count() == 0) {
+        send(client);
+    }
+}
+
+void Server::send(Client &client)
+{
+    const Bytes bytes = client.answer->bytes();
+    if (::send(client.fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) >= 0) {
+        client.answer.reset();
+    } else if (errno != EAGAIN && errno != EINTR) {
+        client.gone = true;
+    }
+}
+
+} // namespace sim
