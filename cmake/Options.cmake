@@ -9,6 +9,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_compile_definitions(_GNU_SOURCE)
+# Fortified builds rename calls, and a tester's double of a renamed call is passed by.
+add_compile_options(-U_FORTIFY_SOURCE)
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 # LD_LIBRARY_PATH outranks the build's own path, so that another transport can be put in place without a rebuild.
 add_link_options(-Wl,--enable-new-dtags)
@@ -20,9 +22,4 @@ endif()
 if(MX_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
-endif()
-
-if(MX_BUILD_TESTS)
-    # Fortified builds rename calls, and a test's double of a renamed call is passed by.
-    add_compile_options(-U_FORTIFY_SOURCE)
 endif()

@@ -169,6 +169,7 @@ int dbGetVideoSpecificInfo(void *, const db_file_spec *fs, db_video_specific_inf
                  pInfo->content_type);
         return directExchangeAbandon(&exchange);
     }
+    logHeader(&exchange);
     const auto *pVideo = responseRecord<db_video_specific_info>(&exchange, DB_RESPONSE_SECOND_OFFSET);
     wireCursor cursor = wireCursorAt(exchange.response, exchange.length, DB_RESPONSE_TAIL_OFFSET);
     const uint8_t *pValues = takeValues(&cursor, pVideo->highlight_count);
@@ -177,7 +178,6 @@ int dbGetVideoSpecificInfo(void *, const db_file_spec *fs, db_video_specific_inf
                  pVideo->highlight_count);
         return directExchangeAbandon(&exchange);
     }
-    logHeader(&exchange);
     deliver(vsi, pVideo);
     deliver(ci, pInfo);
     deliverHighlights(highlights, maxNumberHighlightsExpected, pValues, pVideo->highlight_count);
@@ -204,6 +204,7 @@ int dbGetGroupContentInfo(void *, const db_file_spec *fs, db_group_content_info 
                  pInfo->content_type);
         return directExchangeAbandon(&exchange);
     }
+    logHeader(&exchange);
     const auto *pGroup = responseRecord<db_group_content_info>(&exchange, DB_RESPONSE_SECOND_OFFSET);
     wireCursor cursor = wireCursorAt(exchange.response, exchange.length, DB_RESPONSE_TAIL_OFFSET);
     const bool hasMissing = pGroup->num_missing != 0;
@@ -215,7 +216,6 @@ int dbGetGroupContentInfo(void *, const db_file_spec *fs, db_group_content_info 
                  exchange.length, pGroup->first_number, pGroup->last_number);
         return directExchangeAbandon(&exchange);
     }
-    logHeader(&exchange);
     deliver(gci, pGroup);
     deliver(ci, pInfo);
     deliverBytes(missing, pMissing, maskUsedBytes(pGroup));

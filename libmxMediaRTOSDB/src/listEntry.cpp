@@ -1,0 +1,167 @@
+#include "listEntry.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "utilLog.h"
+#include "wireLog.h"
+
+namespace
+{
+
+struct contentTypeRow {
+    listEntryKind kind;
+    uint32_t queryBit;
+    char groupLetter;
+};
+
+// The rows stand at the index of their content type.
+constexpr contentTypeRow contentTypes[] = {
+    {LIST_ENTRY_VIDEO, RTOS_DB_QUERY_VIDEOS, 0},                    // single video
+    {LIST_ENTRY_CHAPTER_GROUP, RTOS_DB_QUERY_VIDEOS, 0},            // looped video
+    {LIST_ENTRY_CHAPTER_GROUP, RTOS_DB_QUERY_VIDEOS, 0},            // chaptered video
+    {LIST_ENTRY_VIDEO, RTOS_DB_QUERY_VIDEOS, 0},                    // time lapse video
+    {LIST_ENTRY_PHOTO, RTOS_DB_QUERY_PHOTOS, 0},                    // single photo
+    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 'b'},            // burst
+    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 't'},            // time lapse
+    {LIST_ENTRY_METADATA, RTOS_DB_QUERY_METADATA_SESSION_FILES, 0}, // metadata session
+    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 'n'},            // night lapse
+    {LIST_ENTRY_PHOTO, RTOS_DB_QUERY_PHOTOS, 0},                    // night photo
+    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 'c'},            // continuous photos
+};
+static_assert(std::size(contentTypes) == DB_CONTENT_TYPE_RAW_PHOTO);
+
+void classify(listEntry *pEntry, uint32_t listOptions)
+{
+    const auto type = static_cast<uint32_t>(pEntry->pInfo->content_type);
+    const contentTypeRow row =
+        type < std::size(contentTypes) ? contentTypes[type] : contentTypeRow{LIST_ENTRY_OTHER, 0, 0};
+    pEntry->kind = row.kind;
+    pEntry->queryBit = row.queryBit;
+    pEntry->groupLetter = row.groupLetter;
+    if (row.kind == LIST_ENTRY_CHAPTER_GROUP && (listOptions & DB_LIST_OPTION_VIDEO_GROUPING) == 0) {
+        pEntry->kind = LIST_ENTRY_VIDEO;
+    }
+}
+
+bool readGumis(wireCursor *pCursor, listEntry *pEntry)
+{
+    pEntry->pGumi = takeBytes(pCursor, DB_GUMI_BYTES);
+    if (pEntry->pGumi == nullptr || (pEntry->pInfo->mediaProperties & DB_MEDIA_CLIPPED) == 0) {
+        return pEntry->pGumi != nullptr;
+    }
+    pEntry->pParentGumi = takeBytes(pCursor, DB_GUMI_BYTES);
+    return pEntry->pParentGumi != nullptr;
+}
+
+bool readGroup(wireCursor *pCursor, listEntry *pEntry)
+{
+    pEntry->pGroup = takeRecord<db_group_content_info>(pCursor);
+    if (pEntry->pGroup == nullptr) {
+        return false;
+    }
+    if (pEntry->pGroup->num_missing != 0) {
+        pEntry->pMissing = takeBytes(pCursor, maskWireBytes(pEntry->pGroup));
+        if (pEntry->pMissing == nullptr) {
+            return false;
+        }
+    }
+    if (pEntry->kind == LIST_ENTRY_PHOTO_GROUP && pEntry->pInfo->highlight_count != 0) {
+        pEntry->pHighlightMask = takeBytes(pCursor, maskWireBytes(pEntry->pGroup));
+        return pEntry->pHighlightMask != nullptr;
+    }
+    return true;
+}
+
+bool readTail(wireCursor *pCursor, listEntry *pEntry)
+{
+    switch (pEntry->kind) {
+    case LIST_ENTRY_VIDEO:
+        pEntry->pVideo = takeVideoRecord(pCursor, &pEntry->pHighlights);
+        return pEntry->pVideo != nullptr;
+    case LIST_ENTRY_PHOTO_GROUP:
+    case LIST_ENTRY_CHAPTER_GROUP:
+        return readGroup(pCursor, pEntry);
+    default:
+        return true;
+    }
+}
+
+void logMoreInfo(const db_more_info *pMoreInfo)
+{
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "Received db_more_info: \n");
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.width = %d\n", pMoreInfo->width);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.height = %d\n", pMoreInfo->height);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.frame_rate_numerator = %d\n", pMoreInfo->frame_rate_numerator);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.frame_rate_denominator = %d\n", pMoreInfo->frame_rate_denominator);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.is_progressive = %d\n", pMoreInfo->is_progressive);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.is_subsampled = %d\n", pMoreInfo->is_subsampled);
+}
+
+bool isGroupedVideo(const db_content_info *pInfo)
+{
+    return pInfo->content_type == DB_CONTENT_TYPE_LOOPED_VIDEO ||
+           pInfo->content_type == DB_CONTENT_TYPE_CHAPTERED_VIDEO;
+}
+
+} // namespace
+
+bool readListEntry(wireCursor *pCursor, uint32_t listOptions, listEntry *pEntry)
+{
+    *pEntry = {};
+    pEntry->pInfo = takeRecord<db_content_info>(pCursor);
+    if (pEntry->pInfo == nullptr) {
+        return false;
+    }
+    classify(pEntry, listOptions);
+    if ((listOptions & DB_LIST_OPTION_INCLUDE_GUMI) != 0 && !readGumis(pCursor, pEntry)) {
+        return false;
+    }
+    if ((listOptions & DB_LIST_OPTION_INCLUDE_MORE_INFO) != 0) {
+        pEntry->pMoreInfo = takeRecord<db_more_info>(pCursor);
+        if (pEntry->pMoreInfo == nullptr) {
+            return false;
+        }
+    }
+    return readTail(pCursor, pEntry);
+}
+
+const db_video_specific_info *takeVideoRecord(wireCursor *pCursor, const uint8_t **ppHighlights)
+{
+    const auto *pVideo = takeRecord<db_video_specific_info>(pCursor);
+    if (pVideo == nullptr) {
+        return nullptr;
+    }
+    *ppHighlights = takeValues(pCursor, pVideo->highlight_count);
+    return *ppHighlights != nullptr ? pVideo : nullptr;
+}
+
+bool listEntryIsShown(const listEntry *pEntry, uint32_t queryOptions)
+{
+    return pEntry->kind != LIST_ENTRY_OTHER && (queryOptions == 0 || (queryOptions & pEntry->queryBit) != 0);
+}
+
+bool gumiIsVoid(const uint8_t *pGumi)
+{
+    return (pGumi[0] == 0x00 || pGumi[0] == 0xFF) &&
+           std::count(pGumi, pGumi + DB_GUMI_BYTES, pGumi[0]) == DB_GUMI_BYTES;
+}
+
+void logListEntry(const listEntry *pEntry)
+{
+    if (g_logLevel < UTIL_LOG_LEVEL_DEBUG) {
+        return;
+    }
+    if (pEntry->pMoreInfo != nullptr) {
+        logMoreInfo(pEntry->pMoreInfo);
+    }
+    const db_content_info *pInfo = pEntry->pInfo;
+    if (pEntry->kind == LIST_ENTRY_VIDEO && isGroupedVideo(pInfo)) {
+        UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "videogrouping=0, Grouped video content type %d, for file %.08s/%.12s\n",
+                 pInfo->content_type, pInfo->dir_name, pInfo->file_name);
+        UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "Treating file type %d as DB_CONTENT_TYPE_SINGLE_VIDEO\n", pInfo->content_type);
+    }
+    if (pEntry->kind == LIST_ENTRY_CHAPTER_GROUP) {
+        logGroup(pEntry->pGroup);
+    }
+}

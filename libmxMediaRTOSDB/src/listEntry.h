@@ -1,0 +1,63 @@
+/**
+ * @file listEntry.h
+ * Reading one entry of a list response into pointers to its records.
+ */
+#ifndef LIST_ENTRY_H
+#define LIST_ENTRY_H
+
+#include "wireCursor.h"
+
+/** What stands for an item in a document. */
+enum listEntryKind {
+    LIST_ENTRY_OTHER, ///< nothing: its content type is not one that a list shows
+    LIST_ENTRY_VIDEO,
+    LIST_ENTRY_PHOTO,
+    LIST_ENTRY_METADATA,
+    LIST_ENTRY_PHOTO_GROUP,  ///< one entry for all photos
+    LIST_ENTRY_CHAPTER_GROUP ///< one entry for each file of the video
+};
+
+/** One entry; the records stand in the response, at any address. A pointer is null where the entry has no such record.
+ */
+struct listEntry {
+    listEntryKind kind;
+    uint32_t queryBit;                    ///< the `RTOS_DB_QUERY_...` bit that selects items of this type
+    char groupLetter;                     ///< letter of a photo group's type
+    const db_content_info *pInfo;         ///< never null
+    const uint8_t *pGumi;                 ///< `DB_GUMI_BYTES`
+    const uint8_t *pParentGumi;           ///< `DB_GUMI_BYTES`
+    const db_more_info *pMoreInfo;        ///< picture format
+    const db_video_specific_info *pVideo; ///< of a video
+    const uint8_t *pHighlights;           ///< the video record's `highlight_count` values
+    const db_group_content_info *pGroup;  ///< of a group
+    const uint8_t *pMissing;              ///< missing mask of a group
+    const uint8_t *pHighlightMask;        ///< highlight mask of a photo group
+};
+
+/**
+ * Reads the entry at the cursor and moves the cursor behind it.
+ * @param listOptions `list_options` of the response
+ * @return false when the entry was not received whole; `pEntry` and the cursor then mean nothing
+ */
+bool readListEntry(wireCursor *pCursor, uint32_t listOptions, listEntry *pEntry);
+
+/**
+ * Reads a video record and its highlights.
+ * @param ppHighlights receives the record's `highlight_count` values
+ * @return the record, or null when it was not received whole
+ */
+const db_video_specific_info *takeVideoRecord(wireCursor *pCursor, const uint8_t **ppHighlights);
+
+/**
+ * The second filter behind the database's own: whether an item gets an entry.
+ * @param queryOptions `RTOS_DB_QUERY_...`; 0 lets every item pass that a list can show
+ */
+bool listEntryIsShown(const listEntry *pEntry, uint32_t queryOptions);
+
+/** Whether a GUMI stands for none: all its bytes are 0x00, or all are 0xFF. */
+bool gumiIsVoid(const uint8_t *pGumi);
+
+/** Logs what a walk tells of an entry: more info, a group that is read as a single video, the record of chapters. */
+void logListEntry(const listEntry *pEntry);
+
+#endif
