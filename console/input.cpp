@@ -1,5 +1,6 @@
 #include "input.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -44,9 +45,12 @@ void inputName(consoleState *pConsole, const char *pPrompt, const char *pDefault
     keepText(pName, width, pText != nullptr ? pText : pDefault);
 }
 
+// Numbers that no word of 32 bits holds end at its limits, as they do where `long` has 32 bits.
 int decimalNumber(const char *pText)
 {
-    return static_cast<int>(strtol(pText, nullptr, 10));
+    constexpr long lowest = INT32_MIN;
+    constexpr long highest = INT32_MAX;
+    return static_cast<int>(std::clamp(strtol(pText, nullptr, 10), lowest, highest));
 }
 
 // Pairs of digits up to the first text that is none.

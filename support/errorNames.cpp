@@ -30,7 +30,7 @@ namespace
 
 constexpr int32_t endOfModels = -1;
 
-// The models are the maker's; none has been told to this program.
+// No camera model has a code here yet.
 constexpr mxNameOfCode mxModelStrMap[] = {
     {nullptr, endOfModels},
 };

@@ -17,7 +17,7 @@ enum { MX_ERRNO_ROWS = 22 };
 
 extern "C" {
 
-/** The error codes, in the order of the system's documents. Exported by the program. */
+/** The error codes. Exported by the program. */
 extern const mxNameOfCode mxErrnoStrMap[MX_ERRNO_ROWS];
 
 /** Name of an error code, or "UNKNOWN" for a code without a row. */

@@ -4,7 +4,8 @@
  *
  * Log lines go to syslog and are gated by `g_logLevel`. Assertions and error reports go to standard output, to a file
  * on the card and to syslog, as the platform's `g_debug_level` says. The build gives each source file its own two
- * texts: MX_SOURCE_NAME, its base name, and MX_SOURCE_PATH, its path from the project's root, both without extension.
+ * texts: MX_SOURCE_NAME, its base name, and MX_SOURCE_PATH, its path from the project's root, both without extension. A
+ * source outside the build gets its name and path as the compiler knows them.
  */
 #ifndef UTIL_LOG_H
 #define UTIL_LOG_H
@@ -23,8 +24,10 @@ enum {
     UTIL_LOG_LEVEL_LAST = 7   ///< number of levels; can't be set
 };
 
-#ifndef MX_SOURCE_NAME // a source outside this build
+#ifndef MX_SOURCE_NAME
 #define MX_SOURCE_NAME __FILE_NAME__
+#endif
+#ifndef MX_SOURCE_PATH
 #define MX_SOURCE_PATH __FILE__
 #endif
 

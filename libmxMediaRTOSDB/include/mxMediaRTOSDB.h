@@ -410,8 +410,9 @@ int dbGetUploadStatusHistogram(uint32_t token, void *pUnused, struct db_upload_h
 /* ---------------------------------------------------------------------------------------------- documents */
 
 /*
- * Each call prints one HTTP answer with a JSON document on standard output: the whole document, or the head of a
- * failure. Result: 0 when the answer's status is 200, else -1. `outputHandle` is opaque and may be null.
+ * Each call prints one HTTP answer on standard output: the head with the status, and with status 200 the whole JSON
+ * document. A failure prints no part of the document: the head alone, or behind it a list without entries. Result: 0
+ * when the answer's status is 200, else -1. `outputHandle` is opaque and may be null.
  */
 
 /**
@@ -424,14 +425,15 @@ int generateMetadata(void *outputHandle, const char *pQueryString);
 /**
  * The whole card as one list, grouped by directory.
  * @param pQueryString zero-terminated, may be empty: keys `f` (data set), `fields` (keys of an entry), `folder` and
- *        `files` (names for the data set "gumi"), `status`
+ *        `files` (names for the data set "gumi"), `status`. A query for that data set that does not begin with "f=gumi"
+ *        prints nothing and returns -1.
  */
 int generateMediaList(void *outputHandle, const char *pQueryString);
 
 /**
  * A range of the card as one list.
  * @param pUnused not read
- * @param numPages exchanges made at most; below 1: none
+ * @param numPages passes made at most, one page each; a failed one counts; below 1: none
  * @param itemPerPage items asked for in each
  * @param startIndex index of the first item, from 0
  * @param listOptions `DB_LIST_OPTION_...`
