@@ -7,11 +7,31 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 
 #include "message.h"
 
 namespace sim
 {
+
+/** Answers a request; nothing means that the connection is dropped. */
+using Answer = std::function<std::optional<Message>(Bytes)>;
+
+/** Where in the course of a request the database breaks down. */
+enum class Moment {
+    never,
+    beforeReading, ///< the request has come and is not taken
+    afterReading,  ///< it is not carried out
+    midAnswer,     ///< half of the answer has gone, as a message of its own
+    afterAnswer
+};
+
+/** The end of all answering, at one request of the run. */
+struct Breakdown {
+    Moment moment = Moment::never;
+    uint32_t request = 0; ///< the run's first is 1
+    bool dies = false;    ///< by SIGKILL; else it falls silent, and all connections stay open
+};
 
 /** Which fault befalls which requests: a number N means every Nth request of the run, 0 means none. */
 struct FaultSettings {
@@ -19,16 +39,23 @@ struct FaultSettings {
     uint32_t drop = 0;     ///< neither carried out nor answered
     uint32_t truncate = 0; ///< the answer loses bytes at its end, but not all
     uint32_t garble = 0;   ///< 1 to 8 bytes of the answer change
+    uint32_t empty = 0;    ///< the answer is a message of no bytes
+    uint32_t tooLong = 0;  ///< the answer goes on to one byte more than a message may have
+    uint32_t twice = 0;    ///< the answer comes two times
     uint32_t delay = 0;    ///< the answer comes late
     std::chrono::milliseconds delayTime{0};
     uint32_t seed = 1; ///< of all that is left to chance; the same seed and the same requests give the same run
+    Breakdown breakdown{};
 };
 
 /** What becomes of one request. */
 struct Delivery {
     bool answered = true;
+    bool hangsUp = false; ///< with no answer: the connection is dropped
     Message message;
+    uint32_t copies = 1;
     std::chrono::milliseconds delay{0};
+    Moment breakdown = Moment::never; ///< of this request; one that is not answered breaks down in place of the answer
 };
 
 /** Carries out requests, with faults. */
@@ -37,7 +64,17 @@ class Faults
   public:
     explicit Faults(const FaultSettings &settings) : settings_(settings) {}
     /** Takes the next request of the run. `answer` is called at most once. */
-    Delivery deliver(Bytes request, const std::function<Message(Bytes)> &answer);
+    Delivery deliver(Bytes request, const Answer &answer);
+    /** Whether the database breaks down before it takes the next request. */
+    bool breaksDownBeforeReading() const
+    {
+        return settings_.breakdown.moment == Moment::beforeReading && settings_.breakdown.request == count_ + 1;
+    }
+    /** Whether a breakdown is its death. */
+    bool dies() const
+    {
+        return settings_.breakdown.dies;
+    }
 
   private:
     FaultSettings settings_;

@@ -5,6 +5,7 @@
 #ifndef MESSAGE_H
 #define MESSAGE_H
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -24,7 +25,7 @@ Bytes bytesOf(const Record &record)
     return {reinterpret_cast<const uint8_t *>(&record), sizeof record};
 }
 
-/** A message of at most DB_MESSAGE_MAX_BYTES bytes. */
+/** A message of at most DB_MESSAGE_MAX_BYTES bytes, unless it is made too long on purpose. */
 class Message
 {
   public:
@@ -44,7 +45,7 @@ class Message
     /** Appends bytes. False: there is no room for all of them, and the message is as it was. */
     bool append(Bytes more)
     {
-        if (more.size() > bytes_.size() - size_) {
+        if (size_ > DB_MESSAGE_MAX_BYTES || more.size() > DB_MESSAGE_MAX_BYTES - size_) {
             return false;
         }
         if (!more.empty()) {
@@ -70,9 +71,15 @@ class Message
     {
         size_ = size;
     }
+    /** Goes on with zeros to one byte more than a message may have. */
+    void overfill()
+    {
+        std::fill(bytes_.begin() + static_cast<std::ptrdiff_t>(size_), bytes_.end(), uint8_t{0});
+        size_ = bytes_.size();
+    }
 
   private:
-    std::array<uint8_t, DB_MESSAGE_MAX_BYTES> bytes_{};
+    std::array<uint8_t, DB_MESSAGE_MAX_BYTES + 1> bytes_{};
     size_t size_ = 0;
 };
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <system_error>
 
@@ -51,6 +52,23 @@ Channel::~Channel()
     unlink(path_.c_str());
 }
 
+Server::Server(const Channel &channel, Answer answer, Faults faults)
+    : channel_(channel), answer_(std::move(answer)), faults_(std::move(faults))
+{
+}
+
+Server::Server(const Channel &channel, Database &database, Faults faults)
+    : Server(
+          channel,
+          [&database](Bytes request) {
+              database.refresh();
+              return database.answer(request);
+          },
+          std::move(faults))
+{
+    pDatabase_ = &database;
+}
+
 void Server::run(int stopFd)
 {
     for (;;) {
@@ -60,22 +78,23 @@ void Server::run(int stopFd)
         }
         if (refreshAt_ && *refreshAt_ <= now) {
             refreshAt_.reset();
-            database_.refresh();
+            pDatabase_->refresh();
         }
-        std::vector<pollfd> polled = {
-            {stopFd, POLLIN, 0}, {acceptAt_ ? -1 : channel_.fd(), POLLIN, 0}, {database_.watchFd(), POLLIN, 0}};
+        std::vector<pollfd> polled = {{stopFd, POLLIN, 0},
+                                      {acceptAt_ ? -1 : channel_.fd(), POLLIN, 0},
+                                      {pDatabase_ != nullptr ? pDatabase_->watchFd() : -1, POLLIN, 0}};
         const size_t fixed = polled.size();
         for (const Client &client : clients_) {
             const int wanted = !client.answer ? POLLIN : client.due <= now ? POLLOUT : 0;
             polled.push_back({client.fd.get(), static_cast<short>(wanted), 0});
         }
-        if (poll(polled.data(), polled.size(), timeout()) < 0 && errno != EINTR) {
+        if (poll(polled.data(), silent_ ? 1 : polled.size(), silent_ ? -1 : timeout()) < 0 && errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "poll");
         }
         if (polled[0].revents != 0) {
             return;
         }
-        if (polled[2].revents != 0 && database_.isOutdated()) {
+        if (polled[2].revents != 0 && pDatabase_->isOutdated()) {
             refreshAt_ = Clock::now() + pauseTime;
         }
         auto at = polled.begin() + static_cast<std::ptrdiff_t>(fixed);
@@ -83,7 +102,7 @@ void Server::run(int stopFd)
             serve(client, (at++)->revents);
         }
         clients_.remove_if([](const Client &client) { return client.gone; });
-        if (polled[1].revents != 0) {
+        if (polled[1].revents != 0 && !silent_) {
             acceptClients();
         }
     }
@@ -124,6 +143,9 @@ void Server::acceptClients()
 
 void Server::serve(Client &client, short events)
 {
+    if (silent_) {
+        return;
+    }
     if ((events & POLLOUT) != 0 && client.answer) {
         send(client);
     } else if ((events & POLLIN) != 0 && !client.answer) {
@@ -137,7 +159,8 @@ void Server::receive(Client &client)
 {
     // One byte more than a message may have, so that one too long is seen to be.
     std::array<uint8_t, DB_MESSAGE_MAX_BYTES + 1> request;
-    const ssize_t size = recv(client.fd.get(), request.data(), request.size(), 0);
+    const bool breaksDown = faults_.breaksDownBeforeReading();
+    const ssize_t size = recv(client.fd.get(), request.data(), request.size(), breaksDown ? MSG_PEEK : 0);
     if (size < 0) {
         client.gone = errno != EAGAIN && errno != EINTR;
         return;
@@ -148,14 +171,19 @@ void Server::receive(Client &client)
         client.gone = true;
         return;
     }
-    const Delivery delivery = faults_.deliver(Bytes(request).first(static_cast<size_t>(size)), [this](Bytes bytes) {
-        database_.refresh();
-        return database_.answer(bytes);
-    });
-    if (!delivery.answered) {
+    if (breaksDown) {
+        breakDown();
         return;
     }
-    client.answer = delivery.message;
+    const Delivery delivery = faults_.deliver(Bytes(request).first(static_cast<size_t>(size)), answer_);
+    if (!delivery.answered) {
+        client.gone = delivery.hangsUp;
+        if (delivery.breakdown != Moment::never) {
+            breakDown();
+        }
+        return;
+    }
+    client.answer = delivery;
     client.due = Clock::now() + delivery.delay;
     if (delivery.delay.count() == 0) {
         send(client);
@@ -164,12 +192,29 @@ void Server::receive(Client &client)
 
 void Server::send(Client &client)
 {
-    const Bytes bytes = client.answer->bytes();
-    if (::send(client.fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) >= 0) {
-        client.answer.reset();
-    } else if (errno != EAGAIN && errno != EINTR) {
-        client.gone = true;
+    Delivery &delivery = *client.answer;
+    Bytes bytes = delivery.message.bytes();
+    if (delivery.breakdown == Moment::midAnswer) {
+        bytes = bytes.first(bytes.size() / 2);
     }
+    for (; delivery.copies > 0; --delivery.copies) {
+        if (::send(client.fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) {
+            client.gone = errno != EAGAIN && errno != EINTR;
+            return;
+        }
+    }
+    if (delivery.breakdown != Moment::never) {
+        breakDown();
+    }
+    client.answer.reset();
+}
+
+void Server::breakDown()
+{
+    if (faults_.dies()) {
+        raise(SIGKILL);
+    }
+    silent_ = true;
 }
 
 } // namespace sim

@@ -1,6 +1,7 @@
 /**
  * @file server.h
- * Serves a database over a local socket whose messages have borders: one answer for each request.
+ * Serves a database, or a recording of one, over a local socket whose messages have borders: one answer for each
+ * request.
  */
 #ifndef SERVER_H
 #define SERVER_H
@@ -50,19 +51,19 @@ class Channel
 class Server
 {
   public:
-    Server(const Channel &channel, Database &database, Faults faults)
-        : channel_(channel), database_(database), faults_(std::move(faults))
-    {
-    }
-    /** Serves until a descriptor becomes readable. */
+    /** Serves a database, which is kept up to date. */
+    Server(const Channel &channel, Database &database, Faults faults);
+    /** Serves whatever answers. */
+    Server(const Channel &channel, Answer answer, Faults faults);
+    /** Serves until a descriptor becomes readable; a database that has fallen silent waits for it, too. */
     void run(int stopFd);
 
   private:
     using Clock = std::chrono::steady_clock;
     struct Client {
         UniqueFd fd;
-        std::optional<Message> answer; ///< one that has not gone yet; until it has, no further request is read
-        Clock::time_point due;         ///< when it may go
+        std::optional<Delivery> answer; ///< one that has not gone yet; until it has, no further request is read
+        Clock::time_point due;          ///< when it may go
         bool gone = false;
     };
 
@@ -71,10 +72,13 @@ class Server
     void serve(Client &client, short events);
     void receive(Client &client);
     void send(Client &client);
+    void breakDown();
 
     const Channel &channel_;
-    Database &database_;
+    Database *pDatabase_ = nullptr; ///< whose card is watched, if there is one
+    Answer answer_;
     Faults faults_;
+    bool silent_ = false; ///< for good
     std::list<Client> clients_;
     std::optional<Clock::time_point> refreshAt_; ///< when the catalogue is brought up to date, if nobody asks before
     std::optional<Clock::time_point> acceptAt_;  ///< when accepting goes on after it ran out of descriptors

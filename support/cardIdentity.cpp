@@ -80,7 +80,7 @@ int makeIdentity(const char *pPath, char *cardId)
     const int64_t number = randomNumber();
     if (number == 0) {
         fclose(pFile);
-        fputs("Failed to get random number\n", stderr);
+        fprintf(stderr, "Failed to get random number\n");
         return -1;
     }
     snprintf(cardId, CARD_ID_BYTES, "%lld", static_cast<long long>(number * number - 1));
@@ -88,7 +88,7 @@ int makeIdentity(const char *pPath, char *cardId)
     // So short a text reaches the card only when the file is closed.
     const bool closed = fclose(pFile) == 0;
     if (!put || !closed) {
-        fputs("Failed to get write card_id to file\n", stderr);
+        fprintf(stderr, "Failed to get write card_id to file\n");
         return -1;
     }
     return 0;
@@ -99,7 +99,7 @@ int makeIdentity(const char *pPath, char *cardId)
 int getCardIDStr(char *cardId)
 {
     if (cardId == nullptr) {
-        fputs("Cannot call with null pointer\n", stderr);
+        fprintf(stderr, "Cannot call with null pointer\n");
         return -1;
     }
     storeNoIdentity(cardId);

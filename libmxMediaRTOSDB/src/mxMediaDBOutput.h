@@ -6,6 +6,8 @@
 #ifndef MX_MEDIA_DB_OUTPUT_H
 #define MX_MEDIA_DB_OUTPUT_H
 
+#include "utilLog.h"
+
 /** Limits of the buffers in characters; the storage has one byte more, for the terminating zero. */
 enum {
     LOCAL_ENTRY_BUFFER_LIMIT = 0x600,       ///< one media entry, or one whole metadata document
