@@ -170,7 +170,9 @@ uint32_t inputUploadStatus(consoleState *pConsole)
     if (pText == nullptr || (pConsole->interactive && answerIsEmpty(pText))) {
         return 0;
     }
-    return static_cast<uint32_t>(strtoul(pText, nullptr, 0));
+    const unsigned long status = strtoul(pText, nullptr, 0);
+    const bool fits = status <= UINT32_MAX || -status <= UINT32_MAX;
+    return fits ? static_cast<uint32_t>(status) : UINT32_MAX;
 }
 
 bool inputQuery(consoleState *pConsole, const char *pPrompt)

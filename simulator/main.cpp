@@ -15,6 +15,7 @@
 
 #include "catalogueJson.h"
 #include "rendezvous.h"
+#include "replay.h"
 #include "sampleCard.h"
 #include "server.h"
 
@@ -31,6 +32,8 @@ SIGINT.
 
   --card DIR        the card (/tmp/fuse_d)
   --make-card       lay out a sample card in DIR and end; refused when DIR holds a file already
+  --replay FILE     needs no card: answers as the camera did from which FILE was taken, the output of a console at log
+                    level 6; README.md says how
   --items N         with --make-card: go on until the card has N items, with four files for each on average
   --help            print this and end
 
@@ -39,8 +42,16 @@ Faults on demand, each on every Nth request of the run; 0, none, is what stands 
   --drop N          neither carry out nor answer the request
   --truncate N      cut the answer short
   --garble N        change 1 to 8 bytes of the answer
-  --delay MS[:N]    answer after MS milliseconds; without N every request
+  --empty N         answer with a message of no bytes
+  --too-long N      answer with 1501 bytes: the answer, and zeros behind it
+  --twice N         answer two times
+  --delay MS[:N]    answer after MS milliseconds, even if nobody waits that long; without N every request
   --seed S          what is left to chance goes by S (1): same seed, same requests, same faults
+Breaking down, at the Nth request of the run, counted over all connections:
+  --die MOMENT:N    die by SIGKILL
+  --silence MOMENT:N  answer nobody any more, with all connections open, until SIGTERM or SIGINT
+MOMENT is before-reading, after-reading (the request is not carried out), mid-answer (half of the answer goes, as a
+message of its own) or after-answer. Of the two options the last one counts.
 
 The card may hold a file catalogue.json, which tells what the media files can't:
   {"100MOXEL/MOXE0001.MP4": {"duration_ms": 61500, "highlights": [1500]}, ...}
@@ -60,6 +71,7 @@ Exit status: 0 done, 1 failure, 2 wrong usage, 3 another database serves the cha
 
 struct Options {
     std::string card = "/tmp/fuse_d";
+    std::string replay; ///< empty: the card is served
     bool help = false;
     bool makeCard = false;
     uint32_t items = 0;
@@ -86,10 +98,28 @@ bool readDelay(std::string_view text, sim::FaultSettings &faults)
     return time && every;
 }
 
+/** "MOMENT:N", with N above 0. */
+bool readBreakdown(std::string_view text, bool dies, sim::Breakdown &breakdown)
+{
+    constexpr std::pair<std::string_view, sim::Moment> moments[] = {{"before-reading", sim::Moment::beforeReading},
+                                                                    {"after-reading", sim::Moment::afterReading},
+                                                                    {"mid-answer", sim::Moment::midAnswer},
+                                                                    {"after-answer", sim::Moment::afterAnswer}};
+    const size_t colon = std::min(text.find(':'), text.size());
+    const uint32_t request = number(text.substr(std::min(colon + 1, text.size())), UINT32_MAX).value_or(0);
+    for (const auto &[word, moment] : moments) {
+        if (word == text.substr(0, colon) && request != 0) {
+            breakdown = {moment, request, dies};
+            return true;
+        }
+    }
+    return false;
+}
+
 /** Reads the command line. False: it is wrong, and standard error says what. */
 bool readOptions(int count, char *arguments[], Options &options)
 {
-    enum { card, makeCard, help, delay, firstNumber };
+    enum { card, makeCard, replay, help, delay, die, silence, firstNumber };
     struct NumberOption {
         const char *pName;
         uint32_t *pValue;
@@ -98,12 +128,17 @@ bool readOptions(int count, char *arguments[], Options &options)
     const NumberOption numbers[] = {
         {"items", &options.items, sim::maxSampleItems}, {"busy", &options.faults.busy, UINT32_MAX},
         {"drop", &options.faults.drop, UINT32_MAX},     {"truncate", &options.faults.truncate, UINT32_MAX},
-        {"garble", &options.faults.garble, UINT32_MAX}, {"seed", &options.faults.seed, UINT32_MAX},
+        {"garble", &options.faults.garble, UINT32_MAX}, {"empty", &options.faults.empty, UINT32_MAX},
+        {"twice", &options.faults.twice, UINT32_MAX},   {"too-long", &options.faults.tooLong, UINT32_MAX},
+        {"seed", &options.faults.seed, UINT32_MAX},
     };
     std::vector<option> table = {{"card", required_argument, nullptr, card},
                                  {"make-card", no_argument, nullptr, makeCard},
                                  {"help", no_argument, nullptr, help},
-                                 {"delay", required_argument, nullptr, delay}};
+                                 {"replay", required_argument, nullptr, replay},
+                                 {"delay", required_argument, nullptr, delay},
+                                 {"die", required_argument, nullptr, die},
+                                 {"silence", required_argument, nullptr, silence}};
     for (const NumberOption &row : numbers) {
         table.push_back({row.pName, required_argument, nullptr, firstNumber + static_cast<int>(&row - numbers)});
     }
@@ -119,8 +154,13 @@ bool readOptions(int count, char *arguments[], Options &options)
             options.makeCard = true;
         } else if (which == help) {
             options.help = true;
+        } else if (which == replay) {
+            options.replay = optarg;
+            good = !options.replay.empty();
         } else if (which == delay) {
             good = readDelay(optarg, options.faults);
+        } else if (which == die || which == silence) {
+            good = readBreakdown(optarg, which == die, options.faults.breakdown);
         } else {
             const NumberOption &row = numbers[which - firstNumber];
             const auto value = number(optarg, row.most);
@@ -163,10 +203,17 @@ void serve(const Options &options)
     if (const int result = rendezvousPath(DB_CHANNEL_NAME, path, sizeof path); result < 0) {
         throw std::system_error(-result, std::generic_category(), "the folder of the channel can't be used");
     }
-    sim::Database database(options.card);
-    const sim::Channel channel(path);
-    std::cout << "rtosMediaDBSim: serving " << options.card << " at " << path << std::endl;
-    sim::Server(channel, database, sim::Faults(options.faults)).run(stop.get());
+    const auto run = [&](auto &&source, const std::string &name) {
+        const sim::Channel channel(path);
+        std::cout << "rtosMediaDBSim: serving " << name << " at " << path << std::endl;
+        sim::Server(channel, source, sim::Faults(options.faults)).run(stop.get());
+    };
+    if (options.replay.empty()) {
+        run(sim::Database(options.card), options.card);
+    } else {
+        sim::Replay replay = sim::readReplay(options.replay);
+        run([&replay](sim::Bytes request) { return replay.answer(request); }, options.replay);
+    }
 }
 
 } // namespace
