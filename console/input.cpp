@@ -45,11 +45,11 @@ void inputName(consoleState *pConsole, const char *pPrompt, const char *pDefault
     keepText(pName, width, pText != nullptr ? pText : pDefault);
 }
 
-// Numbers that no word of 32 bits holds end at its limits, as they do where `long` has 32 bits.
+// A number of 32 bits, signed or not: option masks above the signed range are typed in decimal, too.
 int decimalNumber(const char *pText)
 {
     constexpr long lowest = INT32_MIN;
-    constexpr long highest = INT32_MAX;
+    constexpr long highest = UINT32_MAX;
     return static_cast<int>(std::clamp(strtol(pText, nullptr, 10), lowest, highest));
 }
 

@@ -1,5 +1,6 @@
 #include "cardIdentity.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -27,11 +28,11 @@ folderState findFolder()
 {
     char folder[CARD_PATH_MAX];
     char shown[CARD_PATH_MAX];
-    // A slash at the end would hide a plain file from stat.
     cardPath(folder, "MISC");
     cardPath(shown, "MISC/");
     struct stat state = {};
-    if (stat(folder, &state) != 0) {
+    // The slash at the end hides a plain file from stat.
+    if (stat(shown, &state) != 0 && (errno != ENOTDIR || stat(folder, &state) != 0)) {
         if (mkdir(shown, folderMode) != 0) {
             fprintf(stderr, "Failed to create folder:%s\n", shown);
             return FOLDER_FAILED;

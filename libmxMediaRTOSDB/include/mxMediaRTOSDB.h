@@ -431,7 +431,8 @@ int generateMetadata(void *outputHandle, const char *pQueryString);
 int generateMediaList(void *outputHandle, const char *pQueryString);
 
 /**
- * A range of the card as one list.
+ * A range of the card as one list. When the passes are used up by failures the answer has status 200, with what earlier
+ * passes brought, or an empty list.
  * @param pUnused not read
  * @param numPages passes made at most, one page each; a failed one counts; below 1: none
  * @param itemPerPage items asked for in each

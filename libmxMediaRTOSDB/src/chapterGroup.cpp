@@ -48,8 +48,10 @@ uint32_t groupNumberOf(const listEntry *pEntry)
 bool buildName(char *pFileName, bool numberInFront, uint32_t groupNumber, uint32_t number)
 {
     char name[32];
-    const int length = numberInFront ? snprintf(name, sizeof name, "MX%.02u%04u.MP4", number, groupNumber)
-                                     : snprintf(name, sizeof name, "G%.03u%04u.MP4", groupNumber, number);
+    const int group = static_cast<int>(groupNumber);
+    const int member = static_cast<int>(number);
+    const int length = numberInFront ? snprintf(name, sizeof name, "MX%.02d%04d.MP4", member, group)
+                                     : snprintf(name, sizeof name, "G%.03d%04d.MP4", group, member);
     if (length != DB_FILE_NAME_BYTES) {
         return false;
     }
