@@ -10,8 +10,8 @@
 #include "mxMediaRTOSDB.h"
 
 /**
- * Most members of a group that are walked, far more than names with four digits can tell apart. A group that claims more
- * is malformed: walking it could take for ever.
+ * Most members of a group that are walked, far more than names with four digits can tell apart. A group that claims
+ * more is malformed: walking it could take for ever.
  */
 enum { CAH_GROUP_MAX_MEMBERS = 0x10000 };
 

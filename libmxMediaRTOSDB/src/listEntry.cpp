@@ -138,7 +138,8 @@ const db_video_specific_info *takeVideoRecord(wireCursor *pCursor, const uint8_t
 
 bool listEntryIsShown(const listEntry *pEntry, uint32_t queryOptions)
 {
-    return pEntry->kind != LIST_ENTRY_OTHER && (queryOptions == 0 || (queryOptions & pEntry->queryBit) != 0);
+    return queryOptions == 0 ? pEntry->pInfo->content_type < DB_CONTENT_TYPE_RAW_PHOTO
+                             : (queryOptions & pEntry->queryBit) != 0;
 }
 
 bool gumiIsVoid(const uint8_t *pGumi)

@@ -9,7 +9,7 @@
 
 /** What stands for an item in a document. */
 enum listEntryKind {
-    LIST_ENTRY_OTHER, ///< nothing: its content type is not one that a list shows
+    LIST_ENTRY_OTHER, ///< nothing that goes by its content type
     LIST_ENTRY_VIDEO,
     LIST_ENTRY_PHOTO,
     LIST_ENTRY_METADATA,
@@ -50,7 +50,7 @@ const db_video_specific_info *takeVideoRecord(wireCursor *pCursor, const uint8_t
 
 /**
  * The second filter behind the database's own: whether an item gets an entry.
- * @param queryOptions `RTOS_DB_QUERY_...`; 0 lets every item pass that a list can show
+ * @param queryOptions `RTOS_DB_QUERY_...`; 0 lets every item pass but those of a type above the continuous photos
  */
 bool listEntryIsShown(const listEntry *pEntry, uint32_t queryOptions);
 

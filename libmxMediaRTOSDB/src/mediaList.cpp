@@ -29,9 +29,12 @@ mediaList *listOf(listWalk *pWalk)
 
 void restart(listWalk *pWalk)
 {
+    // The text is ended at its start, so that it does not count when the new document is measured.
     mediaList *pList = listOf(pWalk);
     pList->output.localBufferPos = pList->output.localBuffer;
     pList->output.localDirectoryPos = pList->output.localDirectoryBuffer;
+    *pList->output.localBufferPos = '\0';
+    *pList->output.localDirectoryPos = '\0';
     pList->blockHasEntry = false;
     pList->blockFlushed = false;
 }
@@ -86,10 +89,7 @@ void printDocument(const listWalk *pWalk, const mediaList *pList)
     if (pList->settings.unsupported[0] != '\0') {
         printf(",\"unsupported_fields\":\"%s\"", pList->settings.unsupported);
     }
-    // Only what was written since the walk last began anew: an older text may still stand behind the position.
-    const auto length = pList->output.localBufferPos - pList->output.localBuffer;
-    printf(",\"media\":[%.*s]}\r\n", pWalk->status == HTTP_OK ? static_cast<int>(length) : 0,
-           pList->output.localBuffer);
+    printf(",\"media\":[%s]}\r\n", pWalk->status == HTTP_OK ? pList->output.localBuffer : "");
 }
 
 int answer(mediaList *pList)

@@ -153,6 +153,7 @@ int parseQueryFields(const char *pQueryString, int length, mediaQuerySettings *p
     if (found == 0) {
         return queryRefuseEmpty(keyFields);
     }
+    memset(pSettings->unsupported, 0, QUERY_UNSUPPORTED_BYTES);
     unsupportedWords unsupported = {pSettings->unsupported, QUERY_UNSUPPORTED_BYTES};
     const uint32_t mask = parseWords(withoutQuotes(value, found), &unsupported);
     if (unsupported.freeBytes <= 0) {
@@ -177,7 +178,7 @@ int parseQueryFolder(const char *pQueryString, int length, mediaQuerySettings *p
         UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "%s=%s is an invalid value\n", keyFolder.pName, value);
         return HTTP_BAD_REQUEST;
     }
-    memcpy(pSettings->dirName, value, QUERY_DIR_NAME_BYTES - 1);
+    memcpy(pSettings->dirName, value, QUERY_DIR_NAME_BYTES);
     status = queryRefuseRepeated(pQueryString, length, keyFolder, value, sizeof value);
     if (status != HTTP_OK) {
         return status;
