@@ -1,0 +1,55 @@
+/**
+ * @file effects.h
+ * What a call under test does to the world, in the order in which it does it: exchanges, waits and log lines. The
+ * doubles of the transport, of syslog and of usleep write here.
+ */
+#ifndef EFFECTS_H
+#define EFFECTS_H
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+using Lines = std::vector<std::string>;
+
+/**
+ * All effects since the last clear: "init", "send", "receive", "destroy", "sleep 100000", and log lines as
+ * "ERROR text", "WARN text", "DEBUG text", without the place; other syslog lines as "syslog 7: text".
+ */
+Lines &effects();
+
+/** The effects that begin with `prefix`, "ERROR" for instance. */
+Lines effectsOf(const std::string &prefix);
+
+/** Lines in one text, each with a "|" behind it. */
+std::string joined(const Lines &lines = effects());
+
+/** Text as printf makes it, up to 999 characters. */
+template <typename... Values>
+std::string formatted(const char *pFormat, Values... values)
+{
+    char text[1000];
+    snprintf(text, sizeof text, pFormat, values...);
+    return text;
+}
+
+/** The descriptor that the next opened file gets: the same before and after a call that leaves none open. */
+int nextDescriptor();
+
+/** What `run` prints to standard output. */
+template <typename Run>
+std::string printedBy(Run run)
+{
+    char *pText = nullptr;
+    size_t length = 0;
+    FILE *pSaved = stdout;
+    stdout = open_memstream(&pText, &length);
+    run();
+    fclose(stdout);
+    stdout = pSaved;
+    std::string text(pText, length);
+    free(pText);
+    return text;
+}
+
+#endif

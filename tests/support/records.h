@@ -1,0 +1,81 @@
+/**
+ * @file records.h
+ * Builders of wire records, so that a test's answers can be read.
+ */
+#ifndef RECORDS_H
+#define RECORDS_H
+
+#include <cstring>
+#include <numeric>
+#include <string>
+
+#include "scriptedTransport.h"
+
+inline db_file_spec fileSpec(const std::string &dir = "100MOXEL", const std::string &file = "MOXE0001.MP4")
+{
+    db_file_spec spec = {};
+    memcpy(spec.dir_name, dir.data(), std::min<size_t>(dir.size(), DB_DIR_NAME_BYTES));
+    memcpy(spec.file_name, file.data(), std::min<size_t>(file.size(), DB_FILE_NAME_BYTES));
+    return spec;
+}
+
+/** Request about one file; with the token 0, which the transport does not compare. */
+inline Bytes fileRequest(uint32_t command, const db_file_spec &spec = fileSpec())
+{
+    return message(db_request_header{command, 1, 0}, spec);
+}
+
+/** Request for one page of a list. */
+inline Bytes listRequest(uint32_t count, uint32_t start, uint32_t listOptions, uint32_t queryOptions)
+{
+    return message(db_list_request{{DB_COMMAND_LIST, count, 0}, start, listOptions, queryOptions});
+}
+
+inline db_response_header responseHeader(uint32_t command, uint32_t status = DB_STATUS_OK, uint32_t count = 1)
+{
+    return {command, status, count, DB_VERSION, 0};
+}
+
+inline db_list_response_header listHeader(uint32_t count, uint32_t total, uint32_t listOptions = 0,
+                                          uint32_t sessionId = 7)
+{
+    return {responseHeader(DB_COMMAND_LIST, DB_STATUS_OK, count), 0, listOptions, 0, total, sessionId};
+}
+
+/** An item of plain values: created at 1000, modified at 2000, 3000 bytes. */
+inline db_content_info contentInfo(db_content_type type, const db_file_spec &spec = fileSpec(),
+                                   uint32_t highlightCount = 0, uint32_t mediaProperties = 0)
+{
+    db_content_info info = {};
+    info.content_type = type;
+    memcpy(info.dir_name, spec.dir_name, sizeof info.dir_name);
+    memcpy(info.file_name, spec.file_name, sizeof info.file_name);
+    info.creation_time = 1000;
+    info.modification_time = 2000;
+    info.highlight_count = highlightCount;
+    info.mediaProperties = mediaProperties;
+    info.size = 3000;
+    return info;
+}
+
+/** A group record; the size of the group is 4000. */
+inline db_group_content_info groupInfo(uint32_t number, uint32_t first, uint32_t last, uint32_t missing = 0)
+{
+    return {number, first, last, missing, 4000};
+}
+
+/** A GUMI of 16 equal bytes. */
+inline Bytes gumiOf(uint8_t byte)
+{
+    return Bytes(DB_GUMI_BYTES, byte);
+}
+
+/** Bytes that tell their places: 1, 2 and so on. */
+inline Bytes counted(size_t length)
+{
+    Bytes bytes(length);
+    std::iota(bytes.begin(), bytes.end(), uint8_t{1});
+    return bytes;
+}
+
+#endif

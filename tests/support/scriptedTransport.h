@@ -1,0 +1,106 @@
+/**
+ * @file scriptedTransport.h
+ * The transport that tests are linked with: it expects the requests of a script, in their order, and gives the
+ * script's answers. Any difference, and any answer left unused, fails the test.
+ */
+#ifndef SCRIPTED_TRANSPORT_H
+#define SCRIPTED_TRANSPORT_H
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "mxMediaRTOSDB.h"
+
+using Bytes = std::vector<uint8_t>;
+
+/** Appends the bytes of a record, or of a plain value, to a message. */
+template <typename Record>
+Bytes &operator<<(Bytes &message, const Record &record)
+{
+    static_assert(std::is_trivially_copyable_v<Record>);
+    const auto *pBytes = reinterpret_cast<const uint8_t *>(&record);
+    message.insert(message.end(), pBytes, pBytes + sizeof record);
+    return message;
+}
+
+/** Appends bytes. */
+inline Bytes &operator<<(Bytes &message, const Bytes &bytes)
+{
+    message.insert(message.end(), bytes.begin(), bytes.end());
+    return message;
+}
+
+/** A message of the records, one behind the other. */
+template <typename... Records>
+Bytes message(const Records &...records)
+{
+    Bytes bytes;
+    (void(bytes << records), ...);
+    return bytes;
+}
+
+/** The first `length` bytes of a message, with `length` allowed to be more: zeros follow then. */
+inline Bytes cut(Bytes bytes, size_t length)
+{
+    bytes.resize(length);
+    return bytes;
+}
+
+/**
+ * One script. While it lives, it is what the code under test finds as its transport; when it dies, it checks that all
+ * of it was used and that every handle was closed. Bytes behind a received message are poisoned in sanitizer builds
+ * until the handle is used again or closed, so that a read beyond the message is seen.
+ */
+class ScriptedTransport
+{
+  public:
+    ScriptedTransport();
+    ~ScriptedTransport();
+    ScriptedTransport(const ScriptedTransport &) = delete;
+    ScriptedTransport &operator=(const ScriptedTransport &) = delete;
+
+    /** The next opening fails with this result. Without it every opening succeeds. */
+    void openFails(int result);
+    /**
+     * One exchange. The request is compared apart from its token; the response gets the request's token unless
+     * `ownToken` is set or it is too short to bear one.
+     */
+    void answer(const Bytes &request, const Bytes &response, bool ownToken = false);
+    /** A request whose send fails with this result. */
+    void sendFails(const Bytes &request, int result);
+    /** A request that goes out and whose receive fails with this result. */
+    void receiveFails(const Bytes &request, int result);
+
+    /** False: the code under test writes behind a received message, so that no byte there is to be poisoned. */
+    bool guarding = true;
+    /** Token of the last request sent. */
+    uint32_t lastToken = 0;
+
+  private:
+    struct Step {
+        Bytes request;
+        int sendResult = 0;
+        int receiveResult = 0;
+        Bytes response;
+        bool ownToken = false;
+    };
+
+    int init(void *pHandle);
+    int send(const void *pMessage, int length);
+    int receive(void *pBuffer);
+    void destroy(void *pHandle);
+    void guard(void *pBuffer, size_t length);
+
+    std::deque<int> openResults;
+    std::deque<Step> steps;
+    int openHandles = 0;
+    bool awaitingReceive = false;
+    uint8_t *pGuarded = nullptr;
+
+    friend struct TransportDouble;
+};
+
+#endif
