@@ -53,7 +53,7 @@ Channel::~Channel()
 }
 
 Server::Server(const Channel &channel, Answer answer, Faults faults)
-    : channel_(channel), answer_(std::move(answer)), faults_(std::move(faults))
+    : channel_(channel), answer_(std::move(answer)), faults_(faults)
 {
 }
 
@@ -64,7 +64,7 @@ Server::Server(const Channel &channel, Database &database, Faults faults)
               database.refresh();
               return database.answer(request);
           },
-          std::move(faults))
+          faults)
 {
     pDatabase_ = &database;
 }
