@@ -3,8 +3,8 @@
  * The catalogue as the first reading of a check saw it, the callbacks that build it and hold later readings against it,
  * and the way in which a check fails.
  */
-#ifndef CATALOGUE_H
-#define CATALOGUE_H
+#ifndef CHECKER_CATALOGUE_H
+#define CHECKER_CATALOGUE_H
 
 #include <cstddef>
 #include <cstdint>

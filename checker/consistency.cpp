@@ -19,8 +19,6 @@
 namespace
 {
 
-constexpr uint32_t listToken = 0x600df00d;
-
 // Where the extension stands in a path of full length, "100MOXEL/MOXE0001.MP4".
 constexpr size_t extensionPosition = 18;
 
@@ -43,7 +41,8 @@ using scanResult = std::unique_ptr<mxml_scan_header, freeBlock>;
 int readItems(checkRun *pRun, uint32_t count, uint32_t start, cahItemCallback itemCallback,
               cahFileCallback fileCallback)
 {
-    return dbGetCAHList(count, start, listToken, itemCallback, nullptr, fileCallback, nullptr, &pRun->sid, nullptr);
+    return dbGetCAHList(count, start, DB_CALLERS_TOKEN, itemCallback, nullptr, fileCallback, nullptr, &pRun->sid,
+                        nullptr);
 }
 
 void requireSession(const checkRun &run, const char *pExpression)
@@ -159,7 +158,8 @@ void startRun(checkRun *pRun, int32_t pageSize)
     if (pageSize < 1) {
         fail("pageSize > 0", "Invalid page size %d.\n\033[0m", pageSize);
     }
-    const int ret = dbGetCAHList(0, 0, listToken, nullptr, nullptr, nullptr, nullptr, &pRun->sessionId, &pRun->total);
+    const int ret =
+        dbGetCAHList(0, 0, DB_CALLERS_TOKEN, nullptr, nullptr, nullptr, nullptr, &pRun->sessionId, &pRun->total);
     if (ret != 0) {
         fail("ret == 0", "dbGetCAHList returned %d\n\033[0m", ret);
     }

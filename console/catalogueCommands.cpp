@@ -50,12 +50,12 @@ commandEnd passCahList(uint32_t numItems, uint32_t startIndex)
     uint32_t sessionFileCount = 0;
 
     printf("\ncalling dbGetCAHList()");
-    int ret = dbGetCAHList(numItems, 0, consoleToken, nullptr, nullptr, nullptr, nullptr, &sessionId, &total);
+    int ret = dbGetCAHList(numItems, 0, DB_CALLERS_TOKEN, nullptr, nullptr, nullptr, nullptr, &sessionId, &total);
     printf("\ndbGetCAHList ret:%d, totalMediaCount from start index 0:%d, calling dbGetCAHSessionFileList()", ret,
            static_cast<int>(total));
     if (startIndex < total) {
-        ret = dbGetCAHList(numItems, startIndex, consoleToken, printCahItem, nullptr, printCahFile, nullptr, &sessionId,
-                           &mediaCount);
+        ret = dbGetCAHList(numItems, startIndex, DB_CALLERS_TOKEN, printCahItem, nullptr, printCahFile, nullptr,
+                           &sessionId, &mediaCount);
         printf("\ndbGetCAHList ret:%d, mediaCount from start index:%d, calling dbGetCAHSessionFileList, "
                "adjust start ndex to 0",
                ret, static_cast<int>(mediaCount));
@@ -64,7 +64,7 @@ commandEnd passCahList(uint32_t numItems, uint32_t startIndex)
         printf("\ncalling dbGetCAHSessionFileList, adjust start index from %d to %d", static_cast<int>(startIndex),
                static_cast<int>(sessionStartIndex));
     }
-    ret = dbGetCAHSessionFileList(numItems, sessionStartIndex, consoleToken, printCahItem, nullptr, printCahFile,
+    ret = dbGetCAHSessionFileList(numItems, sessionStartIndex, DB_CALLERS_TOKEN, printCahItem, nullptr, printCahFile,
                                   nullptr, &sessionId, &sessionFileCount);
     printf("\ndbGetCAHSessionFileList ret:%d, startIndex:%d, sessionFileCount:%d", ret,
            static_cast<int>(sessionStartIndex), static_cast<int>(sessionFileCount));

@@ -5,8 +5,6 @@
 #ifndef COMMANDS_H
 #define COMMANDS_H
 
-#include <cstdint>
-
 #include "consoleRun.h"
 
 /** One command. */
@@ -25,9 +23,6 @@ extern const consoleCommand commandTable[COMMAND_COUNT];
 
 /** The first command whose word begins the line, or null. */
 const consoleCommand *findCommand(const char *pLine);
-
-/** Token of every list and histogram request. Without meaning of its own; the database echoes it. */
-constexpr uint32_t consoleToken = 0x600df00d;
 
 /* Each handler reads its values, at prompts or from the arguments, makes its passes and prints what they bring. */
 

@@ -150,7 +150,7 @@ commandEnd histogramCommand(consoleState *)
 {
     printf("Getting upload histogram\n");
     db_upload_histogram histogram = {};
-    const int ret = dbGetUploadStatusHistogram(consoleToken, nullptr, &histogram);
+    const int ret = dbGetUploadStatusHistogram(DB_CALLERS_TOKEN, nullptr, &histogram);
     if (ret < 0) {
         return endOnFailedCall("dbGetUploadStatusHistogram", ret);
     }

@@ -34,6 +34,9 @@ DB_STATIC_ASSERT(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 /** Name of the IPC channel at whose far end the database answers. */
 #define DB_CHANNEL_NAME "rtos_media_db"
 
+/** Token that the console and the checker give to their requests. Without meaning of its own; responses echo it. */
+#define DB_CALLERS_TOKEN 0x600df00du
+
 enum {
     DB_MESSAGE_MAX_BYTES = 1500,       /**< no message is longer; every receive buffer has this size */
     DB_DIR_NAME_BYTES = 8,             /**< width of `dir_name` */

@@ -288,9 +288,9 @@ int processQueryResponse(const uint8_t *pResponse, int length, uint32_t starting
 {
     const db_list_response_header header = listHeaderOf(pResponse, length);
     // A total that was not received cuts nothing.
-    const bool isWhole = length >= DB_LIST_ENTRIES_OFFSET;
+    constexpr int totalEnd = offsetof(db_list_response_header, total_entries) + sizeof header.total_entries;
     const auto count =
-        static_cast<int32_t>(isWhole ? cutToTotal(startingIndex, &header) : header.header.count_returned);
+        static_cast<int32_t>(length >= totalEnd ? cutToTotal(startingIndex, &header) : header.header.count_returned);
     wireCursor cursor = wireCursorAt(pResponse, length, DB_LIST_ENTRIES_OFFSET);
     for (int32_t completed = 0; completed < count; ++completed) {
         cahEntry entry;

@@ -24,8 +24,9 @@ enum { CAH_GROUP_MAX_MEMBERS = 0x10000 };
  * @param startingIndex index that the page was asked for at: entries beyond the total are left out
  * @param itemCallback,fileCallback may be null
  * @param itemCookie,fileCookie first arguments of the callbacks
- * @return 0: all entries were handled. -1: an entry is malformed, which the log tells; those before it were handled. A
- *         response cut short: the number of entries handled, with an error report.
+ * @return 0: all entries were handled. -1: an entry is malformed, which the log tells; those before it were handled,
+ *         and the item of a group of photos whose files can't be walked. A response cut short: the number of entries
+ *         handled, with an error report.
  */
 int processQueryResponse(const uint8_t *pResponse, int length, uint32_t startingIndex, cahItemCallback itemCallback,
                          void *itemCookie, cahFileCallback fileCallback, void *fileCookie);

@@ -64,7 +64,7 @@ bool anyChapterExists(const db_group_content_info *pGroup)
     return int64_t{pGroup->last_number} - pGroup->first_number - pGroup->num_missing + 1 > 0;
 }
 
-// The numbers rise, so that behind a number that is too wide there are only such numbers.
+// The numbers rise: behind one that is too wide for a name no file can be told, and the building ends there.
 uint32_t nameFiles(db_file_spec *pFiles, const listEntry *pEntry, uint32_t groupNumber, bool namesAreLogged)
 {
     const db_content_info *pInfo = pEntry->pInfo;

@@ -24,7 +24,8 @@ struct chapterAnswer {
 
 /**
  * Asks for all files of a group: the first by the name of the item, the others by names that are built. Files beyond
- * `DB_FILE_REQUEST_MAX_FILES`, and files whose number is too wide for a name, are left out with a warning.
+ * `DB_FILE_REQUEST_MAX_FILES`, and files from the first number on that is too wide for a name, are left out with a
+ * warning.
  * @param pEntry of the kind `LIST_ENTRY_CHAPTER_GROUP`
  * @param namesAreLogged whether the missing mask and the built names are logged
  */

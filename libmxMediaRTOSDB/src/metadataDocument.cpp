@@ -1,5 +1,6 @@
 #include "metadataDocument.h"
 
+#include "contentType.h"
 #include "fieldFormatters.h"
 #include "httpStatus.h"
 #include "typedResponse.h"
@@ -12,11 +13,6 @@ constexpr uint32_t videoFamily = 0x01FDB6FF;
 constexpr uint32_t otherFamily = 0x0026764F;
 
 // A type that no item has, negative ones included, counts as neither video nor media.
-bool isVideo(db_content_type type)
-{
-    return type >= DB_CONTENT_TYPE_SINGLE_VIDEO && type <= DB_CONTENT_TYPE_TIME_LAPSE_VIDEO;
-}
-
 bool hasMoreInfo(db_content_type type)
 {
     return type >= DB_CONTENT_TYPE_SINGLE_VIDEO && type <= DB_CONTENT_TYPE_RAW_PHOTO &&
@@ -34,7 +30,7 @@ int addVideoInfo(const metadataRequest &request, uint8_t *pRespBuf, uint32_t mas
         return status;
     }
     *pType = pInfo->content_type;
-    return formatVideoInfo(request.pMXMOut, mask, ",", isVideo(*pType) ? pVideoInfo : nullptr);
+    return formatVideoInfo(request.pMXMOut, mask, ",", isVideoType(*pType) ? pVideoInfo : nullptr);
 }
 
 int addMoreInfo(const metadataRequest &request, uint8_t *pRespBuf, uint32_t mask)
@@ -56,15 +52,15 @@ int v4InfoFields(const metadataRequest &request, uint8_t *pRespBuf)
         return status;
     }
     db_content_type type = pInfo->content_type;
-    const uint32_t mask = request.pSettings->whitelistMask & (isVideo(type) ? videoFamily : otherFamily);
+    const uint32_t mask = request.pSettings->whitelistMask & (isVideoType(type) ? videoFamily : otherFamily);
     // The highlights of a video are told once, by its video record.
-    const uint32_t infoMask = isVideo(type) ? mask & ~(FIELD_HC | FIELD_HI) : mask;
+    const uint32_t infoMask = isVideoType(type) ? mask & ~(FIELD_HC | FIELD_HI) : mask;
 
     status = formatContentInfo(request.pMXMOut, infoMask, pInfo);
     if (status == HTTP_OK) {
         status = formatGUMI(request.pMXMOut, infoMask, ",", pGUMI, pPGUMI);
     }
-    if (status == HTTP_OK && isVideo(type)) {
+    if (status == HTTP_OK && isVideoType(type)) {
         status = addVideoInfo(request, pRespBuf, mask, &type);
     }
     if (status == HTTP_OK && hasMoreInfo(type)) {

@@ -1,5 +1,6 @@
 #include "metadataVideo.h"
 
+#include "contentType.h"
 #include "fieldFormatters.h"
 #include "fieldTable.h"
 #include "httpStatus.h"
@@ -35,7 +36,7 @@ int videoRecord(const metadataRequest &request, uint8_t *pRespBuf, const db_vide
     if (status != HTTP_OK) {
         return status;
     }
-    if (static_cast<uint32_t>(pInfo->content_type) > DB_CONTENT_TYPE_TIME_LAPSE_VIDEO) {
+    if (!isVideoType(pInfo->content_type)) {
         UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "not implemented for content_type %d\n", pInfo->content_type);
         return HTTP_NOT_IMPLEMENTED;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "contentType.h"
 #include "directExchange.h"
 #include "request.h"
 #include "utilLog.h"
@@ -70,21 +71,6 @@ void deliverGumi(uint8_t *pGumi, const directExchange *pExchange, size_t offset,
     wireCursor cursor = wireCursorAt(pExchange->response, pExchange->length, offset);
     if (present) {
         memcpy(pGumi, cursor.pNext, std::min<size_t>(cursor.remaining, DB_GUMI_BYTES));
-    }
-}
-
-bool isGroupType(db_content_type type)
-{
-    switch (type) {
-    case DB_CONTENT_TYPE_LOOPED_VIDEO:
-    case DB_CONTENT_TYPE_CHAPTERED_VIDEO:
-    case DB_CONTENT_TYPE_BURST_PHOTO:
-    case DB_CONTENT_TYPE_TIME_LAPSE_PHOTO:
-    case DB_CONTENT_TYPE_NIGHT_LAPSE_PHOTO:
-    case DB_CONTENT_TYPE_CONTINUOUS_PHOTO:
-        return true;
-    default:
-        return false;
     }
 }
 
@@ -164,7 +150,7 @@ int dbGetVideoSpecificInfo(void *, const db_file_spec *fs, db_video_specific_inf
         return ret;
     }
     const auto *pInfo = responseRecord<db_content_info>(&exchange, DB_RESPONSE_BODY_OFFSET);
-    if (static_cast<uint32_t>(pInfo->content_type) > DB_CONTENT_TYPE_TIME_LAPSE_VIDEO) {
+    if (!isVideoType(pInfo->content_type)) {
         UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "struct db_content_type %d - must be video for operation\n",
                  pInfo->content_type);
         return directExchangeAbandon(&exchange);

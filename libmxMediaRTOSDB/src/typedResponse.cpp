@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "contentType.h"
 #include "httpStatus.h"
 #include "request.h"
 #include "utilLog.h"
@@ -84,12 +85,6 @@ int askForContent(rtosConnection *pRtosConn, uint32_t commandType, const char *p
     return HTTP_OK;
 }
 
-bool isVideo(const db_content_info *pInfo)
-{
-    return pInfo->content_type >= DB_CONTENT_TYPE_SINGLE_VIDEO &&
-           pInfo->content_type <= DB_CONTENT_TYPE_TIME_LAPSE_VIDEO;
-}
-
 bool holdsVideo(const uint8_t *pRespBuf, int length)
 {
     wireCursor cursor = wireCursorAt(pRespBuf, length, DB_RESPONSE_SECOND_OFFSET);
@@ -133,7 +128,7 @@ int getVideoSpecificInfoResponse(rtosConnection *pRtosConn, const char *pDirName
     if (status != HTTP_OK) {
         return status;
     }
-    if (isVideo(contentInfoIn(pRespBuf)) && !holdsVideo(pRespBuf, length)) {
+    if (isVideoType(contentInfoIn(pRespBuf)->content_type) && !holdsVideo(pRespBuf, length)) {
         return discardResponse(length);
     }
     *ppInfo = contentInfoIn(pRespBuf);
