@@ -26,4 +26,5 @@ need_packages() {
 
 packages_build=(g++ cmake ninja-build nlohmann-json3-dev)
 packages_test=(libgtest-dev python3 curl jq socat)
-packages_check=(git clang clang-format clang-tidy)
+packages_fuzz=(clang libclang-rt-dev)
+packages_check=(git clang-format clang-tidy "${packages_fuzz[@]}")

@@ -178,7 +178,7 @@ json parseStrictly(std::string_view text)
     };
     try {
         return json::parse(text, once);
-    } catch (const json::parse_error &error) {
+    } catch (const json::exception &error) {
         const std::string_view message = error.what();
         throw CatalogueError(std::string(message.substr(message.find("] ") + 2)));
     }

@@ -1,53 +1,20 @@
-// Groups of chapters: what is asked about them, and what becomes of the answers, in both lists.
+// Groups of chapters: what is asked about them, and what is written and logged of the answers.
 #include "listing.h"
 
 namespace
 {
 
-constexpr uint32_t grouped = DB_LIST_OPTION_VIDEO_GROUPING;
-constexpr uint32_t withGumi = DB_LIST_OPTION_INCLUDE_GUMI;
-const Bytes pageRequest = listRequest(10, 0, 0, 0);
-
 using Chapters = ListTest;
 
-Bytes request(const std::vector<std::string> &files)
+// Asks about a file and those that are named with the numbers of a range.
+Bytes request(const std::string &first, const char *pFormat, int from, int to)
 {
-    Bytes bytes = message(db_request_header{DB_COMMAND_VIDEO_SPECIFIC_INFO, static_cast<uint32_t>(files.size()), 0});
-    for (const std::string &file : files) {
-        bytes << fileSpec("100MOXEL", file);
-    }
-    return bytes;
-}
-
-Bytes response(const std::vector<Bytes> &records, uint32_t status = DB_STATUS_OK)
-{
-    const auto count = static_cast<uint32_t>(records.size());
-    return responseOf(responseHeader(DB_COMMAND_VIDEO_SPECIFIC_INFO, status, count), records);
-}
-
-Bytes record(const std::string &file)
-{
-    return message(item(0, file), videoRecord());
-}
-
-Bytes group(const std::string &file, const db_group_content_info &info, const Bytes &missing = {})
-{
-    return message(item(2, file), info, missing);
-}
-
-std::string pagedAnswer(int pages)
-{
-    return printedAnswer([&] { return dbGetPagedList(nullptr, pages, 10, 0, 0, 0); });
-}
-
-/** The first file, and those with a number in front of that of the group, 42. */
-std::vector<std::string> numbered(const std::string &first, int from, int to)
-{
-    std::vector<std::string> files = {first};
+    Bytes files = message(fileSpec("100MOXEL", first));
     for (int i = from; i <= to; ++i) {
-        files.push_back((i < 10 ? "MX0" : "MX") + std::to_string(i) + "0042.MP4");
+        files << fileSpec("100MOXEL", formatted(pFormat, i));
     }
-    return files;
+    const auto count = static_cast<uint32_t>(files.size() / sizeof(db_file_spec));
+    return message(db_request_header{DB_COMMAND_VIDEO_SPECIFIC_INFO, count, 0}, files);
 }
 
 } // namespace
@@ -55,135 +22,95 @@ std::vector<std::string> numbered(const std::string &first, int from, int to)
 TEST_F(Chapters, WrongFilesAskedFor)
 {
     g_logLevel = UTIL_LOG_LEVEL_WARNING;
-    const std::string first = "MOXE0042.MP4";
-    const auto leftOut = [](const std::string &from, const std::string &to, const std::string &number) {
-        return Lines{"WARN chapters from " + from + " to " + to + " of group " + number + " are left out, file "};
+    const std::string moxe = "MOXE0042.MP4";
+    const char *const pFront = "MX%02d0042.MP4";
+    // First file, group, its mask, further files by format and numbers, chapters left out.
+    const std::tuple<std::string, db_group_content_info, Bytes, const char *, int, int, std::string> cases[] = {
+        {moxe, groupInfo(0, 0, 2), {}, pFront, 1, 2, ""},
+        {"MX010001.MP4", groupInfo(42, 3, 4), {}, pFront, 4, 4, ""},
+        {"G0120003.MP4", groupInfo(0, 3, 4), {}, "G012%04d.MP4", 4, 4, ""},
+        {"MOX.MP4", groupInfo(7, 9, 10), {}, "G007%04d.MP4", 10, 10, ""},
+        {moxe, groupInfo(static_cast<uint32_t>(-7), 0, 2), {}, "MX%02d-007.MP4", 1, 2, ""},
+        {moxe, groupInfo(42, 0, 3, 1), {0xB0, 0, 0, 0}, pFront, 2, 3, ""},
+        {moxe, groupInfo(42, 0, 1, 1), {0xBF, 0xFF, 0xFF, 0xFF}, pFront, 1, 0, ""},
+        {moxe, groupInfo(42, 98, 101), {}, pFront, 99, 99, "100 to 101 of group 42"},
+        {moxe, groupInfo(10000, 0, 2), {}, pFront, 1, 0, "1 to 2 of group 10000"},
+        {moxe, groupInfo(42, 0, 73), {}, pFront, 1, 73, ""},
+        {moxe, groupInfo(42, 0, 74), {}, pFront, 1, 73, "74 to 74 of group 42"},
+        {moxe, groupInfo(42, 0, UINT32_MAX), {}, pFront, 1, 73, "74 to 4294967295 of group 42"},
+        {moxe, groupInfo(42, 9999, UINT32_MAX), {}, pFront, 1, 0, "10000 to 4294967295 of group 42"},
     };
-    const struct {
-        Bytes entry;
-        std::vector<std::string> files;
-        Lines warning;
-    } cases[] = {
-        {group(first, groupInfo(0, 0, 2)), numbered(first, 1, 2), {}},
-        {group("MX010001.MP4", groupInfo(42, 3, 4)), {"MX010001.MP4", "MX040042.MP4"}, {}},
-        {group("G0120003.MP4", groupInfo(0, 3, 4)), {"G0120003.MP4", "G0120004.MP4"}, {}},
-        {group("MOX.MP4", groupInfo(7, 9, 10)), {"MOX.MP4", "G0070010.MP4"}, {}},
-        {group(first, groupInfo(42, 0, 3, 1), {0xB0, 0, 0, 0}), {first, "MX020042.MP4", "MX030042.MP4"}, {}},
-        {group(first, groupInfo(42, 0, 1, 1), {0xBF, 0xFF, 0xFF, 0xFF}), {first}, {}},
-        {group(first, groupInfo(42, 98, 101)), numbered(first, 99, 99), leftOut("100", "101", "42")},
-        {group(first, groupInfo(10000, 0, 2)), {first}, leftOut("1", "2", "10000")},
-        {group(first, groupInfo(42, 0, 73)), numbered(first, 1, 73), {}},
-        {group(first, groupInfo(42, 0, 74)), numbered(first, 1, 73), leftOut("74", "74", "42")},
-        {group(first, groupInfo(42, 0, UINT32_MAX)), numbered(first, 1, 73), leftOut("74", "4294967295", "42")},
-        {group(first, groupInfo(42, 9999, UINT32_MAX)), {first}, leftOut("10000", "4294967295", "42")},
-    };
-    for (const auto &row : cases) {
+    for (const auto &[first, info, missing, pFormat, from, to, leftOut] : cases) {
         ScriptedTransport transport;
-        transport.answer(pageRequest, page(2, {row.entry, photo("NEXT.JPG")}, grouped));
-        transport.answer(request(row.files), response({record("X.MP4")}));
-        EXPECT_TRUE(listAnswer("all").find(json("},{'n':'NEXT.JPG'")) != std::string::npos) << row.files.back();
-        Lines warnings = effectsOf("WARN");
-        EXPECT_EQ(warnings.size(), row.warning.size());
-        EXPECT_TRUE(warnings.empty() || warnings[0].starts_with(row.warning.at(0))) << warnings[0];
+        const Bytes group = message(item(2, first), info, missing);
+        transport.answer(listRequest(10, 0, 0, 0), page(2, {group, photo("P")}, DB_LIST_OPTION_VIDEO_GROUPING));
+        transport.answer(request(first, pFormat, from, to), chapters({message(item(0, "X"), videoRecord())}));
+        EXPECT_EQ(answer(generateMediaList, "f=upload"), answerOf(200, blockOf("{'us':'0'},{'us':'0'}")));
+        const std::string warning = "WARN chapters from " + leftOut + " are left out, file 100MOXEL/" + first + "\n|";
+        EXPECT_EQ(joined(effectsOf("WARN")), leftOut.empty() ? "" : warning);
     }
 }
 
 TEST_F(Chapters, ObjectOfAChapterIsWrong)
 {
-    const Bytes entry =
-        message(item(1, "MOXE0042.MP4", 7, DB_MEDIA_CLIPPED), gumiOf(0xAA), gumiOf(0xBB), groupInfo(42, 0, 2));
-    const Bytes answer =
-        response({message(item(0, "X.MP4", 1, DB_MEDIA_HAS_EIS), videoRecord({5}, 9, 1)),
-                  message(item(0, "Y.MP4", 2, DB_MEDIA_AUDIO_OPTION_STEREO), videoRecord({6, 0xFFFFFFFF}))});
-    const auto expected = [](const std::string &first, const std::string &second) {
-        const std::string times = "','mod':'2000','cre':'1000','us':'0','tr':'0'";
-        return "{'n':'MOXE0042.MP4" + times + ",'gumi':'" + std::string(32, 'a') + "','pgumi':'" +
-               std::string(32, 'b') + "','ls':'9'" + first + ",'s':'3000','eis':'1','zta':'0','ao':'off','mp':'0'" +
-               ",'dur':'2','hc':'1','hi':[5]},{'n':'Y.MP4" + times + ",'ls':'-1'" + second +
-               ",'eis':'0','zta':'0','ao':'stereo','mp':'0','dur':'2','hc':'2','hi':[6,-1],'s':'3000'}";
+    constexpr uint32_t options = DB_LIST_OPTION_VIDEO_GROUPING | DB_LIST_OPTION_INCLUDE_GUMI;
+    const db_content_info clip = item(1, "MOXE0042.MP4", 7, DB_MEDIA_CLIPPED);
+    const std::vector<Bytes> entries = {
+        message(clip, gumiOf(0xAA), gumiOf(0xBB), groupInfo(42, 0, 1)),
+        message(item(2, "N"), gumiOf(0), groupInfo(1, 0, 1, 2), Bytes(4)), // every file is missing
+        message(item(2, "N"), gumiOf(0), groupInfo(1, 2, 1)),              // there are no numbers
+        message(item(4, "P"), gumiOf(0)),
     };
-    const std::pair<const char *, std::string> cases[] = {
-        {"all", blockOf(expected(",'cl':'1'", ",'cl':'0'"))},
-        {"fields=gumi", blockOf("{'gumi':'" + std::string(32, 'a') + "'}")},
-        {"fields=s,eis", blockOf("{'s':'3000','eis':'1'},{'eis':'0','s':'3000'}")},
-        {"fields=wdr,raw,m", ""},
-        {"paged", blockOf(expected("", ""))},
+    const Bytes response =
+        chapters({message(item(0, "X", 1, DB_MEDIA_HAS_EIS), videoRecord(message(5), 9, 1)),
+                  message(item(0, "Y", 2, DB_MEDIA_AUDIO_OPTION_STEREO), videoRecord(message(6, -1))),
+                  message(item(0, "Z"), videoRecord())});
+    const std::string gumis = "'gumi':'" + std::string(32, 'a') + "','pgumi':'" + std::string(32, 'b') + "',";
+    const std::string first = "'s':'3000','eis':'1','zta':'0','ao':'off','mp':'0','dur':'2','hc':'1','hi':[5]";
+    const std::string second = "'eis':'0','zta':'0','ao':'stereo','mp':'0','dur':'2','hc':'2','hi':[6,-1],'s':'3000'";
+    const std::string none = entryOf("N", "'DNE':'1','s':'4000'");
+    const std::string behind =
+        none + "," + none + "," + entryOf("P", "'DNE':'1','hc':'0','wdr':'0','raw':'0','s':'3000'");
+    const auto whole = [&](const std::string &clip, const std::string &noClip) {
+        return blockOf(entryOf("MOXE0042.MP4", gumis + "'ls':'9'," + clip + first) + "," +
+                       entryOf("Y", "'ls':'-1'," + noClip + second) + "," + behind);
     };
-    for (const auto &[query, media] : cases) {
+    const std::tuple<const char *, uint32_t, std::string> cases[] = {
+        {"all", 0, whole("'cl':'1',", "'cl':'0',")},
+        {"fields=gumi", 0, blockOf("{'gumi':'" + std::string(32, 'a') + "'}")},
+        {"fields=s,eis", 0,
+         blockOf("{'s':'3000','eis':'1'},{'eis':'0','s':'3000'},{'s':'4000'},{'s':'4000'},{'s':'3000'}")},
+        {"fields=wdr,m", 0, blockOf("{'wdr':'0'}")},
+        {"f=photos&fields=n", 0x200, blockOf("{'n':'P'}")},
+        {nullptr, 0, whole("", "")},
+    };
+    for (const auto &[query, queryOptions, media] : cases) {
         ScriptedTransport transport;
-        transport.answer(pageRequest, page(1, {entry}, grouped | withGumi));
-        transport.answer(request(numbered("MOXE0042.MP4", 1, 2)), answer);
-        EXPECT_EQ(query == std::string("paged") ? pagedAnswer(1) : listAnswer(query), answerOf(200, media)) << query;
-    }
-    ScriptedTransport transport; // refused items are asked about, and none is where every file is missing
-    transport.answer(listRequest(10, 0, 0, 0x200),
-                     page(2, {group("MOXE0042.MP4", groupInfo(42, 0, 0)), photo("A.JPG")}, grouped));
-    transport.answer(request({"MOXE0042.MP4"}), answer);
-    EXPECT_EQ(listAnswer("f=photos&fields=n"), answerOf(200, blockOf("{'n':'A.JPG'}")));
-    const std::vector<Bytes> missing = {group("A.MP4", groupInfo(1, 0, 1, 2), Bytes(4)),
-                                        group("B.MP4", groupInfo(1, 2, 1))};
-    transport.answer(pageRequest, page(2, missing, grouped));
-    EXPECT_EQ(listAnswer("fields=n,s,eis"),
-              answerOf(200, blockOf("{'n':'A.MP4','s':'4000'},{'n':'B.MP4','s':'4000'}")));
-}
-
-TEST_F(Chapters, FailedExchangeLosesRepeatsOrEndsTheList)
-{
-    const Bytes files = request({"MOXE0042.MP4", "MX010042.MP4"});
-    const Bytes good = response({record("MOXE0042.MP4"), record("MX010042.MP4")});
-    const Bytes listing = page(2, {photo("A.JPG"), group("MOXE0042.MP4", groupInfo(42, 0, 1))}, grouped);
-    const std::pair<Bytes, const char *> cases[] = {
-        {{}, "ret -3"},
-        {{}, "status 0, bytesRead -4"},
-        {cut(good, 19), "status 0, bytesRead 19"},
-        {response({}, 3), "status 3, bytesRead 20"},
-        {response({}), "status 0, bytesRead 20"},
-        {cut(good, 187), "status 0, bytesRead 187"},
-        {response({message(item(0, "A"), db_video_specific_info{0, 0, 0, 0, 0x40000000, 0})}),
-         "status 0, bytesRead 104"},
-    };
-    for (const auto &row : cases) {
-        const std::string words = row.second;
-        const auto attempt = [&](ScriptedTransport &transport) {
-            transport.answer(pageRequest, listing);
-            failExchange(transport, files, row.first, words);
-        };
-        {
-            ScriptedTransport transport;
-            attempt(transport);
-            transport.answer(pageRequest, listing);
-            transport.answer(files, good);
-            g_logLevel = UTIL_LOG_LEVEL_WARNING;
-            EXPECT_EQ(listAnswer("fields=n"),
-                      answerOf(200, blockOf("{'n':'A.JPG'},{'n':'MOXE0042.MP4'},{'n':'MX010042.MP4'}")));
-            EXPECT_EQ(effectsOf("sleep").size(), 1u);
-            EXPECT_EQ(effectsOf("WARN").back(), "WARN error on IPC received, retrying, " + words + "\n");
-        }
-        for (const bool paged : {false, true}) {
-            ScriptedTransport transport;
-            for (int i = 0; i < 12; ++i) {
-                attempt(transport);
-            }
-            const std::string exit = "error on IPC received, exiting, " + words + "\n";
-            // The block that is open stays open in the close of the paged list.
-            EXPECT_EQ(paged ? pagedAnswer(99) : listAnswer("fields=n"), answerOf(500, paged ? "]}" : ""));
-            EXPECT_EQ(effectsOf("ERROR"),
-                      Lines{"ERROR " + std::string(!paged && words == "ret -3" ? "MEDIADB " : "") + exit});
-        }
+        transport.answer(listRequest(10, 0, 0, queryOptions), page(4, entries, options));
+        transport.answer(request("MOXE0042.MP4", "MX%02d0042.MP4", 1, 1), response);
+        EXPECT_EQ(query != nullptr ? answer(generateMediaList, query) : answer(dbGetPagedList, 1, 10, 0, 0, 0),
+                  answerOf(200, media));
     }
 }
 
-TEST_F(Chapters, PassesRunOutAndLeaveHalfAnEntry)
+TEST_F(Chapters, TraceOutOfOrder)
 {
-    const Bytes entry = group("MOXE0042.MP4", groupInfo(42, 0, 0));
-    const std::string photos =
-        "{'n':'A.JPG','mod':'2000','cre':'1000','us':'0','tr':'0','hc':'0','wdr':'0','raw':'0','s':'3000'}";
-    const std::pair<std::vector<Bytes>, std::string> cases[] = {{{entry}, blockOf("")},
-                                                                {{photo("A.JPG"), entry}, blockOf(photos)}};
-    for (const auto &[entries, media] : cases) {
-        ScriptedTransport transport;
-        transport.answer(pageRequest, page(9, entries, grouped));
-        transport.answer(request({"MOXE0042.MP4"}), response({}, DB_STATUS_BUSY));
-        EXPECT_EQ(pagedAnswer(1), answerOf(200, media));
-    }
+    g_logLevel = UTIL_LOG_LEVEL_TRACE;
+    const Bytes video = message(item(2, "MOXE0001.MP4"), db_more_info{1, 2, 3, 4, 5, 6, 7}, videoRecord());
+    ScriptedTransport transport;
+    transport.answer(listRequest(10, 0, 0, 0), page(1, {video}, DB_LIST_OPTION_INCLUDE_MORE_INFO), true);
+    const std::string text = answer(generateMediaList, "all");
+    EXPECT_TRUE(text.starts_with("\nSnd :\n[00000/00024]:")) << text;
+    EXPECT_NE(text.find("\n\nRcv :\n[00000/00152]:"), std::string::npos) << text;
+    EXPECT_EQ(effectsOf("DEBUG     more_info.").size(), 6u);
+    Lines seen = effects();
+    std::erase_if(seen, [](const std::string &line) {
+        return line.starts_with("DEBUG  ") || line.starts_with("DEBUG pSettings") || line.find(" time ") != line.npos;
+    });
+    EXPECT_EQ(
+        seen,
+        (Lines{"init", "DEBUG Request: command_type 0\n", "send", "receive", "DEBUG ResponseHeader: command_type 0\n",
+               formatted("WARN Tokens don't match 0 %d", transport.lastToken), "DEBUG Received db_more_info: \n",
+               "DEBUG videogrouping=0, Grouped video content type 2, for file 100MOXEL/MOXE0001.MP4\n",
+               "DEBUG Treating file type 2 as DB_CONTENT_TYPE_SINGLE_VIDEO\n", "destroy"}));
 }

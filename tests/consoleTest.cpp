@@ -190,7 +190,7 @@ filebygumi ab 0 1 -> Getting file for GUMI: 61620000000000000000000000000000|[fi
 filebygumi 0123456789ABCDEFGH -> Getting file for GUMI: 30313233343536373839414243444546|[file 30 31 32 46]|~
 > filebygumi|00ffA5zz11|| -> Enter GUMI: @onceGetting file for GUMI: 00FFA500000000000000000000000000|[file 0 ff a5 0]|~
 mus -> [status 100MOXEL MOXE0001.MP4 0 0]|
-mus 100MOXELLO b 0x10 1 0 -> [status 100MOXEL b 10 0 level 0]|
+mus 100MOXELLO b 99999999999 1 0 -> [status 100MOXEL b ffffffff 0 level 0]|
 > mus|d|f||| -> @names Enter upload status: Setting upload status of 0 for file : d|/f||@once[status d| f| 0 0]|> |
 dur -> [metadata p=100MOXEL/MOXE0001.MP4&t=dur]|
 vid 100MOXELLO b -2 3 -> [metadata p=100MOXEL/b&t=videoinfo level 3]|
@@ -205,7 +205,7 @@ list @100q -> query of 100 characters refused, the limit is 99|= -1
  > @names @once[metadata p=a|/b|&t=dur level 5]|> @level
   > Enter page size:  buffer len 0, using items: 1 |@once[check 1]||> |
 pl -> [paged 1 1 0 0 0]|
-pl 2 3 4 5 -1 1 3 -> [paged 2 3 4 5 ffffffff level 3]|
+pl 2 3 4 5 99999999999 1 3 -> [paged 2 3 4 5 ffffffff level 3]|
 > pl|2|3|4|10|-256|| -> Enter number of pages: Using number of pages: 2|
  Enter number of items per page: Using items per page: 3|Enter start index: Using start index: 4|@listOptions
   Using listOptions: 0x0000000A|@queryOptions Using queryOptions: 0xFFFFFF00|@once[paged 2 3 4 a ffffff00]|> |

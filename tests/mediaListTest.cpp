@@ -1,6 +1,4 @@
-// The media list: whole documents, and every failure that leaves an empty one.
-#include <numeric>
-
+// The documents of both lists: entries, masks and limits, and what is printed when they cannot begin.
 #include "listing.h"
 
 // Which of the next allocations fail: bit 0 the next one.
@@ -16,305 +14,182 @@ void *__wrap_calloc(size_t count, size_t size)
 }
 }
 
-namespace
-{
-
-constexpr uint32_t withGumi = DB_LIST_OPTION_INCLUDE_GUMI;
-constexpr uint32_t withMore = DB_LIST_OPTION_INCLUDE_MORE_INFO;
-
 using MediaList = ListTest;
-
-Bytes request(uint32_t start, uint32_t options = 0)
-{
-    return listRequest(10, start, 0, options);
-}
-
-/** The answer to a query about one page; without keys that are known it asks for every key of every item. */
-std::string answerTo(const Bytes &response, const std::string &query = "all", uint32_t options = 0)
-{
-    ScriptedTransport transport;
-    transport.answer(request(0, options), response);
-    return listAnswer(query);
-}
-
-std::string named(const std::string &file)
-{
-    return "{'n':'" + file + "'}";
-}
-
-std::string block(const std::string &dir, const std::string &entries)
-{
-    return "{'d':'" + dir + "','fs':[" + entries + "]}";
-}
-
-} // namespace
 
 TEST_F(MediaList, EntryOfATypeIsWrongOrTheNextIsReadInTheWrongPlace)
 {
-    const auto group = [](db_content_type type, uint32_t highlights, const db_group_content_info &info,
-                          const Bytes &masks) { return message(item(type, "G.JPG", highlights), info, masks); };
-    const Bytes missing40 = {0xFF, 0xFF, 0xFF, 0xFF, 0xFE, 0, 0, 0};
-    const Bytes highlights40 = {0xD7, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0};
-    const std::string common = ",'mod':'2000','cre':'1000','us':'0','tr':'0',";
-    const std::string video = common + "'ls':'-1','cl':'0','zta':'0','ao':'off','mp':'0','dur':'2','hc':'";
-    const std::string burst = "{'n':'G.JPG'" + common + "'g':'7','b':'1','l':'";
-    EXPECT_EQ(answerTo(page(10,
-                            {
-                                message(item(0, "MOXE0001.MP4", 5, 0x4 | 0x40 | 0x20 | 0x800),
-                                        videoRecord({7, 0xFFFFFFFF}, 4000000000, 3)),
-                                message(item(3, "B.MP4", 9), videoRecord()),
-                                message(item(1, "C.MP4"), videoRecord({1})),
-                                message(item(11, "D.RAW")),
-                                message(item(9, "E.JPG", 1, DB_MEDIA_HAS_WDR | DB_MEDIA_HAS_RAW)),
-                                message(item(7, "F.MET", 2)),
-                                group(5, 0, groupInfo(7, 1, 4), {}),
-                                group(6, 2, groupInfo(7, 1, 40, 1), message(missing40, highlights40)),
-                                group(8, 9, groupInfo(7, 1, 3, 9), {0x40, 0, 0, 0, 0xC0, 0, 0, 0}),
-                                group(10, 1, groupInfo(7, 1, 3, 2), Bytes(8)),
-                            })),
-              answerOf(200, blockOf("{'n':'MOXE0001.MP4'" + common +
-                                    "'ls':'4000000000','cl':'3','zta':'1','ao':'wind','mp':'1','dur':'2','hc':'5'," +
-                                    "'hi':[7,-1],'s':'3000'},{'n':'B.MP4'" + video + "9','hi':[],'s':'3000'}," +
-                                    "{'n':'C.MP4'" + video + "0','hi':[1],'s':'3000'},{'n':'E.JPG'" + common +
-                                    "'hc':'1','wdr':'1','raw':'1','s':'3000'},{'n':'F.MET'" + common +
-                                    "'hc':'2','s':'3000'}," + burst + "4','t':'b','m':[],'s':'4000'}," + burst +
-                                    "40','t':'t','m':['40'],'ghc':{'3':'1','5':'1'},'s':'4000'}," + burst +
-                                    "3','t':'n','m':['1','3'],'ghc':{'3':'1'},'s':'4000'}," + burst +
-                                    "3','t':'c','m':['1','2'],'ghc':{'1':'1'},'s':'4000'}")));
-
-    const std::string photo = "'hc':'0','wdr':'0','raw':'0','s':'3000'}";
-    const std::string ab = "'gumi':'abababababababababababababababab',";
-    const db_more_info more = {};
-    EXPECT_EQ(answerTo(page(5,
-                            {message(item(-1, "A"), gumiOf(1), more),
-                             message(item(4, "B", 0, DB_MEDIA_CLIPPED), gumiOf(0xAB), gumiOf(0x0C), more),
-                             message(item(4, "C"), gumiOf(0xFF), more),
-                             message(item(4, "D", 0, DB_MEDIA_IS_A_TRANSCODE), gumiOf(0xAB), more),
-                             message(item(4, "E"), gumiOf(0), more)},
-                            withGumi | withMore)),
-              answerOf(200, blockOf("{'n':'B'" + common + ab + "'pgumi':'0c0c0c0c0c0c0c0c0c0c0c0c0c0c0c0c'," + photo +
-                                    ",{'n':'C'" + common + "'DNE':'1'," + photo +
-                                    ",{'n':'D','mod':'2000','cre':'1000','us':'0','tr':'1'," + ab + photo +
-                                    ",{'n':'E'" + common + "'DNE':'1'," + photo)));
-}
-
-TEST_F(MediaList, MaskLeavesAStrayTextOrDropsTooMuch)
-{
-    const Bytes response =
-        page(2, {message(item(0, "A.MP4", 1), videoRecord({5})),
-                 message(item(5, "G.JPG", 1), groupInfo(7, 1, 3, 1), Bytes{0xBF, 0, 0, 0, 0x7F, 0, 0, 0})});
-    const std::string groupKeys = "'g':'7','b':'1','l':'3','t':'b','m':['2'],'ghc':{'1':'1'}}";
-    const std::pair<const char *, std::string> cases[] = {
-        {"fields=cre,s", blockOf("{'cre':'1000','s':'3000'},{'cre':'1000','s':'4000'}")},
-        {"fields=hi", blockOf("{'hc':'1','hi':[5]}")},
-        {"fields=m", blockOf("{" + groupKeys)},
-        {"fields=m,n", blockOf(named("A.MP4") + ",{'n':'G.JPG'," + groupKeys)},
-        {"fields=DNE,gumi,pgumi,wdr,raw,eis", ""},
-        {"f=upload", blockOf("{'us':'0'},{'us':'0'}")},
+    const auto x = [](db_content_type type, uint32_t highlights = 0, uint32_t properties = 0) {
+        return item(type, "X", highlights, properties);
     };
-    for (const auto &[query, media] : cases) {
-        EXPECT_EQ(answerTo(response, query), answerOf(200, media)) << query;
-    }
-}
-
-TEST_F(MediaList, CheckOfItemsLeavesAStrayBlockOrComma)
-{
-    const auto video = [](const char *dir) { return message(item(2, "A.MP4", 0, 0, dir), videoRecord()); };
-    const Bytes mixed =
-        page(6, {photo("B.JPG", "101MOXEL"), video("101MOXEL"),
-                 message(item(5, "B.JPG", 1, 0, "102MOXEL"), groupInfo(7, 1, 40, 1), Bytes(16)),
-                 message(item(11, "D.RAW", 0, 0, "102MOXEL")), video("103MOXEL"), message(item(7, "C.MET", 0, 0, ""))});
-    const auto media = [](const std::string &file, const char *first, const char *second) {
-        return block(first, named(file)) + "," + block(second, named(file));
+    const Bytes masks40 = {0xFF, 0xFF, 0xFF, 0xFF, 0xFE, 0, 0, 0, 0xD7, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0};
+    const std::string plain = "'hc':'0','wdr':'0','raw':'0','s':'3000'";
+    const std::string burst = "'g':'7','b':'1','l':'3','t':'";
+    const std::string b32(32, 'b');
+    // Entry, list options, keys: those that both lists begin with, those of the media list, of the paged list, the
+    // last.
+    const std::tuple<Bytes, int, std::string, std::string, std::string, std::string> cases[] = {
+        {message(x(0, 2, 0x20), videoRecord(message(7, -1), 4000000000, 3)), 0, "'ls':'4000000000',", "'cl':'3',", "",
+         "'zta':'0','ao':'stereo','mp':'0','dur':'2','hc':'2','hi':[7,-1],'s':'3000'"},
+        {message(x(3, 9, 0x44), videoRecord()), 0, "'ls':'-1',", "'cl':'0',", "",
+         "'zta':'1','ao':'wind','mp':'0','dur':'2','hc':'9','hi':[],'s':'3000'"},
+        {message(x(1, 0, 0x801), gumiOf(0), gumiOf(0xBB), videoRecord(message(1))), 4,
+         "'DNE':'1','pgumi':'" + b32 + "','ls':'-1',", "'cl':'0',", "",
+         "'zta':'0','ao':'off','mp':'1','dur':'2','hc':'0','hi':[1],'s':'3000'"},
+        {message(x(9, 1, DB_MEDIA_HAS_WDR)), 0, "'hc':'1','wdr':'1','raw':'0','s':'3000'", "", "", ""},
+        {message(x(4, 0, DB_MEDIA_HAS_RAW)), 0, "'hc':'0','wdr':'0','raw':'1','s':'3000'", "", "", ""},
+        {message(x(7, 2)), 0, "'hc':'2','s':'3000'", "", "", ""},
+        {message(x(-1), gumiOf(0xBB), db_more_info{}), 12, "'gumi':'" + b32 + "','s':'3000'", "", "", ""},
+        {message(x(4), gumiOf(0xFF), db_more_info{}), 12, "'DNE':'1'," + plain, "", "", ""},
+        {message(x(4), uint8_t{0}, counted(15)), 4, "'gumi':'000102030405060708090a0b0c0d0e0f'," + plain, "", "", ""},
+        {message(x(5), groupInfo(7, 1, 3)), 0, burst + "b','m':[]", "", ",'ghc':'0','ghi':[]", ",'s':'4000'"},
+        {message(x(6, 2), groupInfo(8, 1, 40, 1), masks40), 0, "'g':'8','b':'1','l':'40','t':'t','m':['40'],'ghc':",
+         "{'3':'1','5':'1'}", "'2','ghi':['3','5']", ",'s':'4000'"},
+        {message(x(8, 9), groupInfo(7, 1, 3, 9), Bytes{0x40, 0, 0, 0, 0xC0, 0, 0, 0}), 0,
+         burst + "n','m':['1','3'],'ghc':", "{'3':'1'}", "'9','ghi':['3']", ",'s':'4000'"},
+        {message(x(10, 9), groupInfo(7, UINT32_MAX - 2, UINT32_MAX, 2), Bytes(8)), 0,
+         "'g':'7','b':'-3','l':'-1','t':'c','m':['-3','-2'],'ghc':", "{'-3':'1','-2':'1','-1':'1'}",
+         "'9','ghi':['-3','-2','-1']", ",'s':'4000'"},
     };
-    const std::tuple<const char *, uint32_t, std::string> cases[] = {
-        {"f=video&fields=n", 0x100, media("A.MP4", "101MOXEL", "103MOXEL")},
-        {"f=photos&fields=n", 0x200, media("B.JPG", "101MOXEL", "102MOXEL")},
-        {"f=raw&fields=n", 0x800, ""},
-        {"fields=hi", 0,
-         block("101MOXEL", "{'hc':'0'},{'hc':'0','hi':[]}") + "," + block("103MOXEL", "{'hc':'0','hi':[]}") + "," +
-             block("", "{'hc':'0'}")},
-    };
-    for (const auto &[query, options, text] : cases) {
-        EXPECT_EQ(answerTo(mixed, query, options), answerOf(200, text)) << query;
-    }
-    EXPECT_EQ(answerTo(page(1, {message(item(7, "A.MET"))}), "", 0xFFFFFB00), answerOf(200, ""));
-}
-
-TEST_F(MediaList, PagesOverlapOrStopEarly)
-{
-    std::vector<Bytes> entries;
-    std::string texts;
-    for (int i = 10; i < 22; ++i) {
-        entries.push_back(photo("MOXE00" + std::to_string(i) + ".JPG"));
-        texts += (i == 10 ? "" : ",") + named("MOXE00" + std::to_string(i) + ".JPG");
-    }
-    const auto part = [&](long from, long to) {
-        return std::vector<Bytes>(entries.begin() + from, entries.begin() + to);
-    };
-    {
-        ScriptedTransport transport;
-        transport.answer(request(0), page(12, part(0, 7)));
-        transport.answer(request(7), page(12, part(7, 12)), true);
-        EXPECT_EQ(listAnswer("fields=n"), answerOf(200, blockOf(texts)));
-    }
-    ScriptedTransport transport;
-    transport.answer(request(0), page(11, part(0, 12)));
-    transport.answer(request(10), page(12, part(10, 12)));
-    EXPECT_EQ(listAnswer("fields=n"), answerOf(200, blockOf(texts)));
-    g_logLevel = UTIL_LOG_LEVEL_WARNING;
-    EXPECT_EQ(answerTo(page(3, part(0, 5)), "fields=n").size(), answerOf(200, blockOf(texts.substr(0, 62))).size());
-    EXPECT_EQ(effectsOf("WARN"), (Lines{"WARN fieldMask = 0x00000001, unsupported \n",
-                                        "WARN 3 total_entries, but 0 starting_index with 5 count_returned\n",
-                                        "WARN truncating to 3 items in this page\n"}));
-}
-
-TEST_F(MediaList, FailedExchangeLosesRepeatsOrEndsTheList)
-{
-    const Bytes good = page(1, {photo("A.JPG")});
-    const std::pair<Bytes, const char *> cases[] = {
-        {{}, "ret -3"},
-        {{}, "bytesRead -4"},
-        {{}, "bytesRead 0"},
-        {message(responseHeader(0, 3)), "status 3"},
-        {message(responseHeader(0, DB_STATUS_BUSY), Bytes(60)), "status 1"},
-        {cut(good, 19), "bytesRead 19"},
-        {cut(page(0, {}), 39), "bytesRead 39"},
-        {cut(good, 99), "bytesRead 99"},
-        {page(1, {}), "bytesRead 40"},
-        {page(1, {photo("A")}, withGumi), "bytesRead 100"},
-        {page(1, {photo("A")}, withMore), "bytesRead 100"},
-        {page(1, {message(item(4, "A", 0, DB_MEDIA_CLIPPED), gumiOf(1), Bytes(15))}, withGumi), "bytesRead 131"},
-        {page(1, {message(item(0, "A"))}), "bytesRead 100"},
-        {page(1, {message(item(0, "A"), db_video_specific_info{0, 0, 0, 0, 0x40000001, 0}, 0)}), "bytesRead 128"},
-        {page(1, {message(item(5, "A"), groupInfo(1, 1, 0, 1), Bytes(8))}), "bytesRead 132"},
-        {page(1, {message(item(5, "A", 1), groupInfo(1, 1, 33, 1), Bytes(12))}), "bytesRead 136"},
-    };
-    for (const auto &[response, pWords] : cases) {
-        const std::string words = pWords;
-        {
+    for (const auto &[entry, options, begin, media, paged, end] : cases) {
+        for (const bool isPaged : {false, true}) {
             ScriptedTransport transport;
-            failExchange(transport, request(0), response, words);
-            transport.answer(request(0), good);
-            g_logLevel = UTIL_LOG_LEVEL_WARNING;
-            EXPECT_EQ(listAnswer("f=upload").substr(0, 13), "HTTP/1.1 200 ") << words;
-            g_logLevel = UTIL_LOG_LEVEL_ERROR;
-            const std::string retry = "WARN error on IPC received, retrying, " + words + "\n";
-            Lines expected = {"init", "send", "receive", "sleep 100000", retry, "send", "receive", "destroy"};
-            expected.erase(expected.begin() + 2, expected.begin() + (words == "ret -3" ? 3 : 2));
-            EXPECT_EQ(effects(), expected);
+            transport.answer(listRequest(10, 0, isPaged ? options : 0, 0), page(2, {entry, entry}, options));
+            const std::string text =
+                isPaged ? answer(dbGetPagedList, 1, 10, 0, options, 0) : answer(generateMediaList, "all");
+            const std::string one = entryOf("X", begin + (isPaged ? paged : media) + end);
+            EXPECT_EQ(text, answerOf(200, blockOf(one + "," + one)));
         }
-        ScriptedTransport transport;
-        for (int i = 0; i < 12; ++i) {
-            failExchange(transport, request(0), response, words);
-        }
-        EXPECT_TRUE(
-            listAnswer("fields=n,x,y").ends_with(json("{'id':'42','unsupported_fields':'x,y','media':[]}\r\n")));
-        EXPECT_EQ(effectsOf("sleep").size(), 11u) << words;
-        EXPECT_EQ(effectsOf("ERROR"), Lines{"ERROR error on IPC received, exiting, " + words + "\n"});
     }
 }
 
-TEST_F(MediaList, RestartRepeatsItemsOrKeepsOldOnes)
+TEST_F(MediaList, QueryLeavesAStrayTextBlockOrComma)
 {
-    const Bytes first = page(3, {photo("A.JPG"), photo("B.JPG", "101MOXEL")});
-    const std::string whole = blockOf(named("A.JPG")) + "," + block("101MOXEL", named("B.JPG") + "," + named("C.JPG"));
-    const std::tuple<int, Bytes, int, std::string> cases[] = {
-        {1, first, 200, whole}, {11, first, 200, whole}, {12, {}, 500, ""}, {1, page(0, {}), 200, ""}};
-    for (const auto &[failures, last, status, media] : cases) {
-        ScriptedTransport transport;
-        for (int i = 0; i < failures; ++i) {
-            transport.answer(request(0), first);
-            transport.answer(request(2), message(responseHeader(0, DB_STATUS_BUSY)));
-        }
-        if (!last.empty()) {
-            transport.answer(request(0), last);
-        }
-        if (last == first) {
-            transport.answer(request(2), page(3, {photo("C.JPG", "101MOXEL")}));
-        }
-        EXPECT_EQ(listAnswer("fields=n"), answerOf(status, media)) << failures;
-    }
-}
-
-TEST_F(MediaList, LimitOfABufferMissedByOne)
-{
-    const std::tuple<std::vector<size_t>, size_t, const char *> cases[] = {
-        {{1536 + 24}, 1536, nullptr},
-        {{1537 + 24}, 1537, "ERROR 1537 > 1536, entry buff exceeded, listEntryText:"},
-        {{65536}, 1000, nullptr},
-        {{65537}, 1000, "ERROR 65537 > 65536, dir buff exceeded, mediaList:"},
-        {{60000, 60001, 11071}, 1000, nullptr},
-        {{60000, 60001, 11072}, 1000, "ERROR exceeded buffer length for mxoutput 131073, mxMediaDBOutput:"},
+    db_content_info clip = item(0, "MOXE0001.MP4", 1, DB_MEDIA_IS_A_TRANSCODE);
+    clip.uploadStatus = 3;
+    clip.size = 5000000000;
+    const Bytes two = page(2, {message(clip, videoRecord(message(5))),
+                               message(item(5, "G", 1), groupInfo(7, 1, 3, 1), Bytes{0xBF, 0, 0, 0, 0x7F, 0, 0, 0})});
+    const std::string groupKeys = "'g':'7','b':'1','l':'3','t':'b','m':['2'],'ghc':{'1':'1'}}";
+    const Bytes group = message(item(5, "G", 1, 0, "1"), groupInfo(7, 1, 40, 1), Bytes(16));
+    const auto video = [](const char *dir) { return message(item(2, "V", 0, 0, dir), videoRecord()); };
+    const Bytes seven = page(7, {group, video("2"), photo("P", "2"), photo("P", "3"), message(item(11, "R", 0, 0, "3")),
+                                 video("4"), message(item(7, "M", 0, 0, ""))});
+    const auto names = [](const char *dir, const std::string &files) { return blockOf("{'n':'" + files + "'}", dir); };
+    const std::string every = names("1", "G") + "," + names("2", "V'},{'n':'P") + "," + names("3", "P") + "," +
+                              names("4", "V") + "," + names("", "M");
+    const std::string counts = blockOf("{'hc':'0','hi':[]},{'hc':'0'}", "2") + "," + blockOf("{'hc':'0'}", "3") + "," +
+                               blockOf("{'hc':'0','hi':[]}", "4") + "," + blockOf("{'hc':'0'}", "");
+    const std::tuple<const char *, uint32_t, Bytes, std::string> cases[] = {
+        {"fields=cre,s", 0, two, blockOf("{'cre':'1000','s':'5000000000'},{'cre':'1000','s':'4000'}")},
+        {"fields=us,tr", 0, two, blockOf("{'us':'3','tr':'1'},{'us':'0','tr':'0'}")},
+        {"fields=hi", 0, two, blockOf("{'hc':'1','hi':[5]}")},
+        {"fields=m", 0, two, blockOf("{" + groupKeys)},
+        {"fields=m,n", 0, two, blockOf("{'n':'MOXE0001.MP4'},{'n':'G'," + groupKeys)},
+        {"fields=DNE,gumi,pgumi,wdr,raw,eis", 0, two, ""},
+        {"f=upload", 0, two, blockOf("{'us':'3'},{'us':'0'}")},
+        {"fields=hi", 0, seven, counts},
+        {"f=video&fields=n", 0x100, seven, names("2", "V") + "," + names("4", "V")},
+        {"f=photos&fields=n", 0x200, seven, names("1", "G") + "," + names("2", "P") + "," + names("3", "P")},
+        {"f=none&fields=n", 0xF00, seven, every},
+        {"fields=n", 0, seven, every},
+        {"f=raw&fields=n", 0x800, seven, ""},
     };
-    const size_t hiFrame = std::string("{'hc':'0','hi':[]}").size();
-    for (const auto &[blocks, longestEntry, pComplaint] : cases) {
-        std::vector<Bytes> entries;
-        for (size_t i = 0; i < blocks.size(); ++i) { // every block but the first has a comma in front
-            const std::string dir = "10" + std::to_string(i) + "MOXEL";
-            const size_t frame = block(dir, "").size() + (i == 0 ? 0 : 1);
-            for (const size_t length : lengthsFilling(blocks[i] - frame, longestEntry)) {
-                const Bytes video = videoRecord(highlightsOfText(length - hiFrame));
-                entries.push_back(message(item(0, "A.MP4", 0, 0, dir), video));
+    for (const auto &[query, options, response, media] : cases) {
+        ScriptedTransport transport;
+        transport.answer(listRequest(10, 0, 0, options), response);
+        EXPECT_EQ(answer(generateMediaList, query), answerOf(200, media)) << query;
+    }
+}
+
+TEST_F(MediaList, LimitMissedByOneOrOldTextCountedBehindARestart)
+{
+    const std::string pagedKeys = "'ls':'-1','zta':'0','ao':'off','mp':'0','dur':'2','hc':'0','hi':[],'s':'3000'";
+    const size_t block = blockOf("").size();
+    const std::string full = "ERROR exceeded buffer length for mxoutput 131073, ";
+    // Whether it is the paged list, the longest entry, the lengths of blocks, the complaint.
+    const std::tuple<bool, size_t, std::vector<size_t>, std::string> cases[] = {
+        {false, 1536, {block + 1536}, ""},
+        {false, 1537, {block + 1537}, "ERROR 1537 > 1536, entry buff exceeded, listEntryText:"},
+        {false, 1000, {65536}, ""},
+        {false, 1000, {65537}, "ERROR 65537 > 65536, dir buff exceeded, mediaList:"},
+        {false, 1000, {60000, 60000, 11070}, ""},
+        {false, 1000, {60000, 60000, 11071}, full + "mxMediaDBOutput:"},
+        {true, 1400, {131072 + 2}, ""},
+        {true, 1400, {131073 + 2}, full + "listEntryText:"},
+    };
+    for (const auto &[paged, longestEntry, blocks, complaint] : cases) {
+        const size_t frame = (paged ? entryOf("", pagedKeys) : "{'n':'','hc':'0','hi':[]}").size();
+        std::vector<std::vector<Bytes>> pages;
+        for (size_t i = 0; i < blocks.size(); ++i) { // entries and the commas between them fill the room in a block
+            for (size_t room = blocks[i] - block, length = 0; room > 0; room -= std::min(room, length + 1)) {
+                length = room <= longestEntry ? room : longestEntry / 2;
+                const size_t own = length - frame; // characters of the name, and of highlights of ten digits each
+                pages.push_back({message(item(0, std::string(own % 11 + 1, 'A'), 0, 0, std::to_string(10000000 + i)),
+                                         videoRecord(Bytes(own / 11 * sizeof(uint32_t), 0x40)))});
             }
         }
+        const auto count = static_cast<uint32_t>(pages.size());
+        const int options = paged ? DB_LIST_OPTION_VIDEO_GROUPING : 0;
+        const bool refusedInPage = complaint.ends_with("listEntryText:"); // the paged list walks on to the group
+        if (refusedInPage) {
+            pages.back().push_back(message(item(1, "MOXE0001.MP4"), groupInfo(1, 0, 0)));
+        }
         ScriptedTransport transport;
-        for (uint32_t i = 0; i < entries.size(); ++i) {
-            transport.answer(request(i), page(static_cast<uint32_t>(entries.size()), {entries[i]}));
+        const auto script = [&](uint32_t total) {
+            for (uint32_t i = 0; i < count; ++i) {
+                transport.answer(listRequest(10, i, options, 0), page(total, pages[i], 2));
+            }
+        };
+        if (complaint.empty() && !paged) { // the paged list keeps its old text
+            script(count + 1);
+            transport.answer(listRequest(10, count, 0, 0), message(responseHeader(0, DB_STATUS_BUSY)));
         }
-        const std::string text = listAnswer("fields=hi");
-        if (pComplaint == nullptr) {
-            const size_t total = std::accumulate(blocks.begin(), blocks.end(), size_t{0});
-            EXPECT_EQ(text.size(), answerOf(200, "").size() + total);
-            EXPECT_EQ(effectsOf("ERROR"), Lines{});
-        } else {
-            EXPECT_EQ(text, answerOf(500, ""));
-            EXPECT_EQ(effectsOf(pComplaint), Lines{effectsOf("ERROR").at(0)});
+        script(count + refusedInPage);
+        if (refusedInPage && paged) {
+            transport.answer(fileRequest(DB_COMMAND_VIDEO_SPECIFIC_INFO),
+                             chapters({message(item(0, "X"), videoRecord())}));
         }
+        const std::string text =
+            paged ? answer(dbGetPagedList, 9999, 10, 0, options, 0) : answer(generateMediaList, "fields=n,hi");
+        const size_t whole =
+            std::accumulate(blocks.begin(), blocks.end(), answerOf(200, "").size() + blocks.size() - 1);
+        EXPECT_TRUE(complaint.empty() ? text.size() == whole : text == answerOf(500, paged ? "]}" : "")) << text;
+        EXPECT_TRUE(joined(effectsOf("ERROR")).starts_with(complaint)) << joined();
     }
 }
 
 TEST_F(MediaList, SetUpFailsWithTheWrongAnswer)
 {
+    const char *const pGumi = "f=gumi&folder=100MOXEL&files=A";
     const std::string head = "HTTP/1.1 500 \r\nContent-Type: application/json\r\n\r\n";
-    {
+    const std::string refused = "init|ERROR mxIpcInit fail, ret -7\n|";
+    const std::string unknown = "ERROR getCardIDStr ret < 0|";
+    const std::string noMemory = "Buffer failed medialist\n|ERROR mxMediaDBOutputCtor ret < 0|";
+    const std::string unlike = "ERROR f=x not implemented\n|ERROR parseMediaListQuery ret: 501, query:'f=x'|";
+    // Query, or null for the paged list; allocations that fail; result of the opening; card known; text; effects.
+    const std::tuple<const char *, unsigned, int, bool, std::string, std::string> cases[] = {
+        {"f=x", 0, 0, true, "HTTP/1.1 501" + head.substr(12), unlike},
+        {"", 2, 0, true, head, "ERROR malloc localDirectory" + noMemory},
+        {pGumi, 4, 0, true, head, "ERROR malloc localEntry" + noMemory},
+        {nullptr, 1, 0, true, head, "ERROR malloc failed medialist\n|"},
+        {"fields=x,y", 0, -7, true, answerOf(500, "", "42','unsupported_fields':'x,y"), refused},
+        {pGumi, 0, -7, true, answerOf(500, ""), refused + "ERROR rtosConnectionCtor ret < 0|destroy|"},
+        {nullptr, 0, -7, true, answerOf(500, ""), refused},
+        {"", 0, -7, false, answerOf(404, "", "0"), refused + unknown},
+        {"", 0, 0, false, answerOf(404, "", "0"), "init|" + unknown + "destroy|"},
+        {pGumi, 0, 0, false, answerOf(404, "", "0"), "init|" + unknown + "destroy|"},
+        {nullptr, 0, 0, false, answerOf(200, "", "0"), "init|destroy|"},
+    };
+    for (const auto &[query, allocations, openResult, cardKnown, text, expected] : cases) {
         ScriptedTransport transport;
-        EXPECT_TRUE(listAnswer("f=VIDEO").ends_with("HTTP/1.1 501" + head.substr(12)));
-        EXPECT_EQ(effects().back(), "ERROR parseMediaListQuery ret: 501, query:'f=VIDEO'");
-        failingAllocations = 2;
-        EXPECT_EQ(listAnswer(""), head);
-        EXPECT_EQ(effects().back(), "ERROR mxMediaDBOutputCtor ret < 0");
-        failingAllocations = 1;
-        EXPECT_EQ(printedAnswer([] { return dbGetPagedList(nullptr, 1, 1, 0, 0, 0); }), head);
-        EXPECT_EQ(effects().back(), "ERROR malloc failed medialist\n");
-        transport.openFails(-7);
-        EXPECT_EQ(listAnswer(""), answerOf(500, ""));
-        EXPECT_EQ(effects().back(), "ERROR mxIpcInit fail, ret -7\n");
-    }
-    for (const bool opens : {true, false}) {
-        ScriptedTransport transport;
-        if (!opens) {
-            transport.openFails(-1);
+        std::filesystem::remove_all(card.path("MISC"));
+        card.write(cardKnown ? "MISC/card" : "MISC", "42"); // a file in the place of the folder
+        if (openResult < 0) {
+            transport.openFails(openResult);
         }
-        EXPECT_EQ(answerWithoutCard([] { return generateMediaList(nullptr, ""); }), answerOf(404, "", "0"));
-        EXPECT_EQ(effects().back(), opens ? "destroy" : "ERROR getCardIDStr ret < 0");
+        failingAllocations = allocations;
+        EXPECT_EQ(query != nullptr ? answer(generateMediaList, query) : answer(dbGetPagedList, cardKnown, 1, 0, 0, 0),
+                  text);
+        EXPECT_EQ(joined(), expected);
     }
-}
-
-TEST_F(MediaList, TraceOutOfOrder)
-{
-    g_logLevel = UTIL_LOG_LEVEL_TRACE;
-    const Bytes video = message(item(2, "MOXE0001.MP4"), db_more_info{1, 2, 3, 4, 5, 6, 7}, videoRecord());
-    const std::string text = answerTo(page(1, {video}, withMore));
-    EXPECT_TRUE(text.starts_with("\nSnd :\n[00000/00024]:")) << text;
-    EXPECT_NE(text.find("\n\nRcv :\n[00000/00152]:"), std::string::npos) << text;
-    EXPECT_EQ(effectsOf("DEBUG     more_info.").size(), 6u);
-    Lines seen = effects();
-    std::erase_if(seen, [](const std::string &line) {
-        return line.starts_with("DEBUG  ") || line.starts_with("DEBUG pSettings") || line.find(" time ") != line.npos;
-    });
-    EXPECT_EQ(seen, (Lines{"init", "DEBUG Request: command_type 0\n", "send", "receive",
-                           "DEBUG ResponseHeader: command_type 0\n", "DEBUG Received db_more_info: \n",
-                           "DEBUG videogrouping=0, Grouped video content type 2, for file 100MOXEL/MOXE0001.MP4\n",
-                           "DEBUG Treating file type 2 as DB_CONTENT_TYPE_SINGLE_VIDEO\n", "destroy"}));
 }

@@ -1,5 +1,6 @@
 // The output buffers and the field writers.
 #include <gtest/gtest.h>
+#include <regex>
 
 #include "effects.h"
 #include "fieldFormatters.h"
@@ -9,235 +10,142 @@
 namespace
 {
 
-// Which of the next allocations fail, a bit each, and how many have been tried.
-unsigned failingAllocations = 0;
-int allocations = 0;
+unsigned failingAllocations = 0; // which of the next allocations fail, a bit each
 
-} // namespace
-
-extern "C" {
-void *__real_calloc(size_t count, size_t size);
-void *__wrap_calloc(size_t count, size_t size)
-{
-    const bool fails = (failingAllocations & 1u) != 0;
-    failingAllocations >>= 1;
-    ++allocations;
-    return fails ? nullptr : __real_calloc(count, size);
-}
-}
-
-namespace
-{
-
-class Output : public testing::Test
-{
-  protected:
-    Output()
-    {
-        mxMediaDBOutputCtor(&output, nullptr);
-        effects().clear();
-    }
-    ~Output() override
-    {
-        mxMediaDBOutputDtor(&output);
-    }
-    void write(outputBuffer buffer, const std::string &text)
-    {
-        boundedWrite(&output, buffer, &status, "caller", 7, "%s", text.c_str());
-    }
-    std::string entry() const
-    {
-        return output.localEntryBuffer;
-    }
-    /** What a writer writes into an empty entry buffer, its status behind it. */
+struct Output : testing::Test {
+    /** What a writer writes into an empty entry buffer, in single quotes, and its status. */
     template <typename Writer, typename... Arguments>
     std::string written(Writer writer, const Arguments &...arguments)
     {
         discardEntry(&output);
         const int result = writer(&output, arguments...);
-        return entry() + " " + std::to_string(result);
+        return std::regex_replace(output.localEntryBuffer, std::regex("\""), "'") + formatted(" %d|", result);
     }
 
     mxMediaDBOutput output;
+    const int constructed = mxMediaDBOutputCtor(&output, nullptr);
+    const std::unique_ptr<mxMediaDBOutput, void (*)(mxMediaDBOutput *)> guard{&output, mxMediaDBOutputDtor};
     int status = 200;
-};
-
-struct BufferCase {
-    outputBuffer buffer;
-    size_t limit;
-    char *mxMediaDBOutput::*start;
-    char *mxMediaDBOutput::*position;
-    const char *refusal;
-    bool goesBack;
-};
-
-const BufferCase bufferCases[] = {
-    {OUTPUT_BUFFER_ENTRY, 1536, &mxMediaDBOutput::localEntryBuffer, &mxMediaDBOutput::localEntryPos,
-     "ERROR 1537 > 1536, entry buff exceeded, caller:7\n", true},
-    {OUTPUT_BUFFER_DIRECTORY, 65536, &mxMediaDBOutput::localDirectoryBuffer, &mxMediaDBOutput::localDirectoryPos,
-     "ERROR 65537 > 65536, dir buff exceeded, caller:7\n", true},
-    {OUTPUT_BUFFER_LOCAL, 131072, &mxMediaDBOutput::localBuffer, &mxMediaDBOutput::localBufferPos,
-     "ERROR exceeded buffer length for mxoutput 131073, caller:7\n", false},
 };
 
 } // namespace
 
-TEST_F(Output, LimitOffByOne)
+extern "C" void *__real_calloc(size_t count, size_t size);
+extern "C" void *__wrap_calloc(size_t count, size_t size)
 {
-    for (const BufferCase &row : bufferCases) {
-        status = 200;
-        effects().clear();
-        write(row.buffer, std::string(row.limit - 1, 'a'));
-        write(row.buffer, "b");
-        EXPECT_EQ(status, 200) << row.refusal;
-        EXPECT_EQ(effects(), Lines{});
-        write(row.buffer, "c");
-        EXPECT_EQ(status, 500);
-        EXPECT_EQ(effects(), Lines{row.refusal});
-        EXPECT_EQ(output.*row.start, std::string(row.limit - 1, 'a') + "b");
-        EXPECT_EQ(output.*row.position, output.*row.start + (row.goesBack ? 0 : row.limit)) << row.refusal;
-    }
+    const bool fails = (failingAllocations & 1u) != 0;
+    failingAllocations >>= 1;
+    return fails ? nullptr : __real_calloc(count, size);
 }
 
-TEST_F(Output, OldTextNotCountedAfterRefusal)
+TEST_F(Output, LimitOffByOneOrOldTextNotCounted)
 {
-    write(OUTPUT_BUFFER_ENTRY, std::string(1535, 'a'));
-    write(OUTPUT_BUFFER_ENTRY, "refused");
-    write(OUTPUT_BUFFER_ENTRY, "bc");
-    EXPECT_EQ(entry(), std::string(1535, 'a'));
-    write(OUTPUT_BUFFER_ENTRY, "d");
-    write(OUTPUT_BUFFER_ENTRY, "ef");
-    EXPECT_EQ(entry(), "def");
-    EXPECT_EQ(status, 500);
+    // After a refusal the buffer's text still counts, and the next text goes to `back`.
+    const auto expectLimit = [this](outputBuffer buffer, size_t limit, const char *pStart, char *const &pPosition,
+                                    size_t back, const std::string &refusal) {
+        const std::string most(limit - 1, 'a');
+        std::string told;
+        effects().clear();
+        for (const std::string &text : {most, std::string("bc"), std::string("de"), std::string("f")}) {
+            status = 200;
+            boundedWrite(&output, buffer, &status, "caller", 7, "%s", text.c_str());
+            told += formatted("%d %td ", status, pPosition - pStart);
+        }
+        EXPECT_EQ(told, formatted("200 %zu 500 %zu 500 %zu 200 %zu ", limit - 1, back, back, back + 1));
+        EXPECT_EQ(joined(), refusal + refusal);
+        EXPECT_EQ(pStart, most.substr(0, back) + "f");
+    };
+    expectLimit(OUTPUT_BUFFER_ENTRY, 1536, output.localEntryBuffer, output.localEntryPos, 0,
+                "ERROR 1537 > 1536, entry buff exceeded, caller:7\n|");
+    expectLimit(OUTPUT_BUFFER_DIRECTORY, 65536, output.localDirectoryBuffer, output.localDirectoryPos, 0,
+                "ERROR 65537 > 65536, dir buff exceeded, caller:7\n|");
+    expectLimit(OUTPUT_BUFFER_LOCAL, 131072, output.localBuffer, output.localBufferPos, 131071,
+                "ERROR exceeded buffer length for mxoutput 131073, caller:7\n|");
 }
 
 TEST_F(Output, FlushReadsTextAsFormatOrLeavesEntry)
 {
-    write(OUTPUT_BUFFER_DIRECTORY, "{");
-    write(OUTPUT_BUFFER_ENTRY, "100%s%n%");
+    appendDirectory(&output, &status, "{");
+    appendEntry(&output, &status, "%s", "100%s%n%");
     flushEntry(&output, &status);
     flushDirectory(&output, &status);
     EXPECT_STREQ(output.localBuffer, "{100%s%n%");
+    appendDirectory(&output, &status, "%65527d", 7); // what was flushed counts as well
     EXPECT_EQ(status, 200);
-    EXPECT_EQ(output.localDirectoryPos, output.localDirectoryBuffer);
-    EXPECT_STREQ(output.localDirectoryBuffer, "{100%s%n%");
-
-    write(OUTPUT_BUFFER_DIRECTORY, std::string(65536 - 9, 'a')); // what was flushed counts as well
-    write(OUTPUT_BUFFER_ENTRY, "0123456789");
+    EXPECT_EQ(strlen(output.localDirectoryBuffer), 65527u);
+    appendEntry(&output, &status, "%10d", 7);
     flushEntry(&output, &status);
     EXPECT_EQ(status, 500) << "an entry that does not fit";
-    EXPECT_EQ(std::string(output.localEntryBuffer, 1537), std::string(1537, '\0'));
-    EXPECT_EQ(output.localEntryPos, output.localEntryBuffer);
+    EXPECT_EQ(std::string(output.localEntryPos, 1537), std::string(1537, '\0'));
 }
 
 TEST(OutputAllocation, FailureLeaksOrStopsEarly)
 {
-    const Lines messages = {"ERROR malloc localBuffer failed medialist\n",
-                            "ERROR malloc localDirectoryBuffer failed medialist\n",
-                            "ERROR malloc localEntryBuffer failed medialist\n"};
+    const char *names[] = {"localBuffer", "localDirectoryBuffer", "localEntryBuffer"};
     for (unsigned failing = 1; failing < 8; ++failing) {
-        effects().clear();
-        Lines expected;
+        std::string expected;
         for (unsigned i = 0; i < 3; ++i) {
-            if (failing >> i & 1u) {
-                expected.push_back(messages[i]);
-            }
+            expected += failing >> i & 1 ? formatted("ERROR malloc %s failed medialist\n|", names[i]) : "";
         }
         mxMediaDBOutput output;
-        allocations = 0;
-        failingAllocations = failing;
-        EXPECT_EQ(mxMediaDBOutputCtor(&output, &output), -1);
-        EXPECT_EQ(allocations, 3);
-        EXPECT_EQ(effects(), expected);
-        for (char *pText : {output.localBuffer, output.localBufferPos, output.localDirectoryBuffer,
-                            output.localDirectoryPos, output.localEntryBuffer, output.localEntryPos}) {
-            EXPECT_EQ(pText, nullptr);
-        }
+        effects().clear();
+        failingAllocations = failing | 8;
+        EXPECT_EQ(mxMediaDBOutputCtor(&output, nullptr), -1);
+        EXPECT_EQ(failingAllocations, 1u) << "not three allocations";
+        EXPECT_EQ(joined(), expected);
+        EXPECT_EQ(message(output), message(mxMediaDBOutput{}));
         mxMediaDBOutputDtor(&output);
     }
     effects().clear();
     failingAllocations = 4;
     EXPECT_EQ(printedBy([] { EXPECT_EQ(generateMetadata(nullptr, "t=dur&p=a/MOXE0001.MP4"), -1); }),
               "HTTP/1.1 500 \r\nContent-Type: application/json\r\n\r\n");
-    EXPECT_EQ(effects(), (Lines{messages[2], "ERROR mxMediaDBOutputCtor ret < 0"}));
+    EXPECT_EQ(joined(), "ERROR malloc localEntryBuffer failed medialist\n|ERROR mxMediaDBOutputCtor ret < 0|");
 }
 
-TEST_F(Output, ContentInfoFieldsDiffer)
+TEST_F(Output, FieldsDifferOrRefusalStopsThem)
 {
-    db_content_info info = contentInfo(0, fileSpec("100MOXEL", "MOXE0001.MP4"), UINT32_MAX, 0xFFFFFFFF);
+    db_content_info info = contentInfo(0, fileSpec(), UINT32_MAX, 0xFFFFFFFF);
     info.size = UINT64_MAX;
     info.uploadStatus = 30;
     EXPECT_EQ(written(formatContentInfo, UINT32_MAX, &info),
-              "\"n\":\"MOXE0001.MP4\",\"mod\":\"2000\",\"cre\":\"1000\",\"s\":\"18446744073709551615\","
-              "\"hc\":\"4294967295\",\"us\":\"30\",\"eis\":\"1\",\"wdr\":\"1\",\"zta\":\"1\",\"ao\":\"auto\","
-              "\"raw\":\"1\",\"tr\":\"1\",\"mp\":\"1\" 200");
-    EXPECT_EQ(written(formatContentInfo, FIELD_NONE, &info), " 200");
-    EXPECT_EQ(written(formatContentInfo, FIELD_ALL, static_cast<db_content_info *>(nullptr)), " 200");
-
-    // Each flag follows its own bits and no other.
-    const struct {
-        uint32_t field;
-        uint32_t bits;
-        std::string key;
-    } flags[] = {{FIELD_EIS, 0x2, "eis"},   {FIELD_WDR, 0x100, "wdr"}, {FIELD_ZTA, 0x1C, "zta"},
-                 {FIELD_RAW, 0x200, "raw"}, {FIELD_TR, 0x400, "tr"},   {FIELD_MP, 0x800, "mp"}};
-    for (const auto &[field, bits, key] : flags) {
-        info.mediaProperties = bits & (0 - bits);
-        EXPECT_EQ(written(formatContentInfo, field, &info), "\"" + key + "\":\"1\" 200");
-        info.mediaProperties = ~bits;
-        EXPECT_EQ(written(formatContentInfo, field, &info), "\"" + key + "\":\"0\" 200");
+              "'n':'MOXE0001.MP4','mod':'2000','cre':'1000','s':'18446744073709551615','hc':'4294967295','us':'30',"
+              "'eis':'1','wdr':'1','zta':'1','ao':'auto','raw':'1','tr':'1','mp':'1' 200|");
+    std::string flags, durations;
+    for (const uint32_t bits :
+         {0x2u, 0x4u, 0x8u, 0x10u, 0x20u, 0x60u, 0x80u, 0x100u, 0x200u, 0x400u, 0x800u, ~0xFFEu}) {
+        info.mediaProperties = bits;
+        flags += formatted("%x ", bits);
+        for (uint32_t field = FIELD_EIS; field <= FIELD_MP; field *= 2) {
+            flags += written(formatContentInfo, field, &info);
+        }
     }
-    const std::pair<uint32_t, const char *> options[] = {
-        {0xFFFFFF1F, "off"}, {0x20, "stereo"}, {0x60, "wind"}, {0xA0, "auto"}};
-    for (const auto &[bits, word] : options) {
-        EXPECT_STREQ(audioOptionWord(bits), word);
-    }
-}
+    EXPECT_EQ(std::regex_replace(flags, std::regex("'[a-z]+':'(0|off)' 200.| 200"), ""),
+              "2 'eis':'1'|4 'zta':'1'|8 'zta':'1'|10 'zta':'1'|20 'ao':'stereo'|60 'ao':'wind'|80 'ao':'auto'|"
+              "100 'wdr':'1'|200 'raw':'1'|400 'tr':'1'|800 'mp':'1'|fffff001 ");
 
-TEST_F(Output, GumiTurnedRoundOrMissedParentWritten)
-{
-    const uint8_t gumi[] = {0, 1, 0x7F, 0x80, 0xFF, 0xAB, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
-    const uint8_t *pNone = nullptr;
-    EXPECT_EQ(written(formatGUMI, FIELD_PGUMI, "", gumi, gumi), "\"pgumi\":\"00017f80ffab060708090a0b0c0d0e0f\" 200");
-    EXPECT_EQ(written(formatGUMI, FIELD_PGUMI, "", gumi, pNone), " 200");
-    EXPECT_EQ(written(formatGUMI, FIELD_ALL, "", pNone, gumi), " 200");
-}
+    const uint8_t gumi[] = {0, 1, 0x7F, 0x80, 0xFF, 0xAB, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}, *pNone = nullptr;
+    EXPECT_EQ(written(formatGUMI, FIELD_PGUMI, "", gumi, gumi), "'pgumi':'00017f80ffab060708090a0b0c0d0e0f' 200|");
+    EXPECT_EQ(written(formatGUMI, FIELD_PGUMI, "", gumi, pNone), " 200|");
+    EXPECT_EQ(written(formatGUMI, FIELD_ALL, "", pNone, gumi), " 200|");
 
-TEST_F(Output, VideoInfoFieldsDifferOrListTooLong)
-{
     db_video_specific_info video = {0, 499, 1, 2, 0, 5};
-    EXPECT_EQ(written(formatVideoInfo, FIELD_ALL, ",", &video),
-              ",\"ls\":\"-1\",\"cl\":\"5\",\"hc\":\"0\",\"hi\":[],\"dur\":\"0\" 200");
-    EXPECT_EQ(written(formatVideoInfo, FIELD_HC, ",", &video), ",\"hc\":\"0\" 200");
-    EXPECT_EQ(written(formatVideoInfo, FIELD_ALL, ",", static_cast<db_video_specific_info *>(nullptr)), " 200");
-    const std::pair<uint32_t, const char *> durations[] = {
-        {500, "1"}, {1499, "1"}, {1500, "2"}, {UINT32_MAX - 500, "4294967"}, {UINT32_MAX, "0"}};
-    for (const auto &[milliseconds, seconds] : durations) {
+    EXPECT_EQ(written(formatVideoInfo, FIELD_ALL, ",", &video), ",'ls':'-1','cl':'5','hc':'0','hi':[],'dur':'0' 200|");
+    EXPECT_EQ(written(formatVideoInfo, FIELD_HC, ",", &video), ",'hc':'0' 200|");
+    for (const uint32_t milliseconds : {500u, 1499u, 1500u, UINT32_MAX - 500, UINT32_MAX}) {
         video.duration = milliseconds;
-        EXPECT_EQ(written(formatVideoInfo, FIELD_DUR, "", &video), std::string("\"dur\":\"") + seconds + "\" 200");
+        durations += written(formatVideoInfo, FIELD_DUR, "", &video);
     }
-
+    EXPECT_EQ(durations, "'dur':'1' 200|'dur':'1' 200|'dur':'2' 200|'dur':'4294967' 200|'dur':'0' 200|");
     // 99 highlights are there, in a block of just their size.
-    video.lrv_size = UINT32_MAX;
-    video.highlight_count = 150;
-    Bytes record = message(video);
-    std::string members;
-    for (uint32_t i = 0; i < 99; ++i) {
-        record << UINT32_MAX - i;
-        members += (i == 0 ? "" : ",") + std::to_string(UINT32_MAX - i);
-    }
-    const auto block = std::make_unique<uint8_t[]>(record.size());
-    memcpy(block.get(), record.data(), record.size());
-    EXPECT_EQ(written(formatVideoInfo, FIELD_LS | FIELD_HC | FIELD_HI, "",
-                      reinterpret_cast<db_video_specific_info *>(block.get())),
-              "\"ls\":\"4294967295\",\"hc\":\"150\",\"hi\":[" + members + "] 200");
-}
+    const Bytes record = message(db_video_specific_info{UINT32_MAX, 0, 1, 2, 150, 5}, Bytes(99 * 4, 0xFF));
+    const auto *pVideo = reinterpret_cast<const db_video_specific_info *>(record.data());
+    EXPECT_EQ(written(formatVideoInfo, FIELD_LS | FIELD_HC | FIELD_HI, "", pVideo),
+              "'ls':'4294967295','hc':'150','hi':[4294967295" + times(98, ",4294967295") + "] 200|");
 
-TEST_F(Output, RefusedFieldStopsWalkOrKeepsSeparator)
-{
-    const db_content_info info = contentInfo(0);
-    write(OUTPUT_BUFFER_ENTRY, std::string(1536 - 13, 'a'));
+    EXPECT_EQ(written(formatContentInfo, FIELD_ALL, static_cast<db_content_info *>(nullptr)), " 200|");
+    EXPECT_EQ(written(formatVideoInfo, FIELD_ALL, ",", static_cast<db_video_specific_info *>(nullptr)), " 200|");
+    appendEntry(&output, &status, "%1523d", 7);
     EXPECT_EQ(formatContentInfo(&output, FIELD_N | FIELD_MOD, &info), 500);
-    EXPECT_EQ(entry(), ",\"mod\":\"2000\"");
-    EXPECT_EQ(effectsOf("ERROR").size(), 1u);
+    EXPECT_STREQ(output.localEntryBuffer, ",\"mod\":\"2000\"");
 }

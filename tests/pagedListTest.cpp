@@ -1,4 +1,6 @@
-// The paged list: its entries, its passes, and what a failure leaves.
+// The walk of both lists: which pages are asked for, how an exchange fails, and what a restart leaves.
+#include <map>
+
 #include "listing.h"
 
 namespace
@@ -6,171 +8,158 @@ namespace
 
 using PagedList = ListTest;
 
-std::string pagedAnswer(int pages, int items, int start, int listOptions = 0, int queryOptions = 0)
-{
-    return printedAnswer([&] { return dbGetPagedList(nullptr, pages, items, start, listOptions, queryOptions); });
-}
+const Bytes pageRequest = listRequest(10, 0, 0, 0);
+const Bytes chapterRequest = fileRequest(DB_COMMAND_VIDEO_SPECIFIC_INFO);
+const Bytes group = message(item(2, "MOXE0001.MP4"), groupInfo(1, 0, 0));
+const Bytes busy = message(responseHeader(0, DB_STATUS_BUSY), Bytes(60));
 
-std::string entry(const std::string &file, const std::string &keys)
+std::string photoOf(const std::string &file)
 {
-    return "{'n':'" + file + "','mod':'2000','cre':'1000','us':'0','tr':'0'," + keys + "}";
-}
-
-std::string photoText(const std::string &file)
-{
-    return entry(file, "'hc':'0','wdr':'0','raw':'0','s':'3000'");
-}
-
-std::string fileName(uint32_t index)
-{
-    return "MOXE0" + std::to_string(100 + index) + ".JPG";
-}
-
-// Photos of a card, from one index to another, as entries and as the text of one block.
-std::vector<Bytes> photos(uint32_t from, uint32_t to)
-{
-    std::vector<Bytes> entries;
-    for (uint32_t i = from; i < to; ++i) {
-        entries.push_back(photo(fileName(i)));
-    }
-    return entries;
-}
-
-std::string photosText(uint32_t from, uint32_t to)
-{
-    std::string text;
-    for (uint32_t i = from; i < to; ++i) {
-        text += (i == from ? "" : ",") + photoText(fileName(i));
-    }
-    return from < to ? blockOf(text) : "";
+    return entryOf(file, "'hc':'0','wdr':'0','raw':'0','s':'3000'");
 }
 
 } // namespace
 
-TEST_F(PagedList, EntryOfATypeIsWrong)
+TEST_F(PagedList, WrongPagesAskedForOrItemsListed)
 {
-    const Bytes masks = {0xBF, 0, 0, 0, 0x5F, 0, 0, 0};
-    ScriptedTransport transport;
-    transport.answer(listRequest(6, 0, 4, 0),
-                     page(6,
-                          {message(item(0, "A", 1, DB_MEDIA_CLIPPED), gumiOf(0), gumiOf(0xBB), videoRecord({5, 6})),
-                           message(item(2, "B"), gumiOf(0xAA), videoRecord({}, 8)), message(item(7, "C"), gumiOf(0)),
-                           message(item(5, "D"), gumiOf(0), groupInfo(7, 1, 3)), message(item(4, "E"), gumiOf(0)),
-                           message(item(10, "F", 2), gumiOf(0), groupInfo(7, 1, 3, 1), masks)},
-                          DB_LIST_OPTION_INCLUDE_GUMI));
-    const std::string audio = "'zta':'0','ao':'off','mp':'0','dur':'2','hc':'";
-    const std::string burst = "'DNE':'1','g':'7','b':'1','l':'3','t':'";
-    EXPECT_EQ(pagedAnswer(1, 6, 0, 4),
-              answerOf(200, blockOf(entry("A", "'DNE':'1','pgumi':'" + std::string(32, 'b') + "','ls':'-1'," + audio +
-                                                   "1','hi':[5,6],'s':'3000'") +
-                                    "," +
-                                    entry("B", "'gumi':'" + std::string(32, 'a') + "','ls':'8'," + audio +
-                                                   "0','hi':[],'s':'3000'") +
-                                    "," + entry("C", "'DNE':'1','hc':'0','s':'3000'") + "," +
-                                    entry("D", burst + "b','m':[],'ghc':'0','ghi':[],'s':'4000'") + "," +
-                                    entry("E", "'DNE':'1','hc':'0','wdr':'0','raw':'0','s':'3000'") + "," +
-                                    entry("F", burst + "c','m':['2'],'ghc':'2','ghi':['1','3'],'s':'4000'"))));
-}
-
-TEST_F(PagedList, PassesAskForTheWrongItems)
-{
-    const struct {
-        int pages;
-        uint32_t items;
-        uint32_t start;
-        uint32_t total;
-        uint32_t passes; // exchanges expected
-        uint32_t listed;
-    } cases[] = {
-        {0, 10, 0, 100, 0, 0}, {-1, 10, 0, 100, 0, 0}, {3, 10, 0, 100, 3, 30}, {3, 10, 0, 15, 2, 15},
-        {9, 4, 5, 10, 2, 5},   {9, 10, 7, 7, 1, 0},    {2, 0, 0, 5, 2, 0},
+    const std::string lowered = "WARN command 0 requested 10, response returned 12, setting response returned to 10\n|";
+    const std::string cutOff =
+        "WARN 3 total_entries, but 0 starting_index with 5 count_returned\n|WARN truncating to 3 items in this page\n|";
+    // Passes, or 99 for the media list; items per page, start, total; numbers of items that come; those listed.
+    const std::tuple<int, int, int, uint32_t, std::vector<int>, int, std::string> cases[] = {
+        {0, 10, 0, 100, {}, 0, ""},
+        {-1, 10, 0, 100, {}, 0, ""},
+        {3, 10, 0, 100, {10, 10, 10}, 30, ""},
+        {3, 10, 0, 15, {10, 5}, 15, ""},
+        {9, 4, 5, 10, {4, 1}, 5, ""},
+        {9, 10, 7, 7, {0}, 0, ""},
+        {2, 0, 0, 5, {0, 0}, 0, ""},
+        {9, 3, 9, 2, {3}, 3, ""}, // above the total they are listed as they come
+        {99, 10, 0, 12, {7, 5}, 12, ""},
+        {99, 10, 0, 12, {12, 2}, 12, lowered},
+        {99, 10, 0, 3, {5}, 3, cutOff},
     };
-    for (const auto &row : cases) {
+    g_logLevel = UTIL_LOG_LEVEL_WARNING;
+    for (const auto &[passes, itemsPerPage, start, total, pages, listed, warnings] : cases) {
+        const bool paged = passes != 99;
         ScriptedTransport transport;
-        for (uint32_t pass = 0; pass < row.passes; ++pass) {
-            const uint32_t from = row.start + pass * row.items;
-            const uint32_t to = std::min(from + row.items, row.total);
-            transport.answer(listRequest(row.items, from, 1, 0), page(row.total, photos(from, to)));
+        int index = start;
+        for (const int count : pages) {
+            transport.answer(listRequest(itemsPerPage, index, paged, 0),
+                             page(total, std::vector<Bytes>(count, photo("A"))));
+            index += std::min(count, itemsPerPage);
         }
-        EXPECT_EQ(pagedAnswer(row.pages, static_cast<int>(row.items), static_cast<int>(row.start), 1),
-                  answerOf(200, photosText(row.start, row.start + row.listed)));
-        EXPECT_EQ(effectsOf("ERROR"), Lines{});
+        const std::string text =
+            paged ? answer(dbGetPagedList, passes, itemsPerPage, start, 1, 0) : answer(generateMediaList, "all");
+        const std::string block = listed == 0 ? "" : blockOf(photoOf("A") + times(listed - 1, "," + photoOf("A")));
+        EXPECT_EQ(text, answerOf(200, block));
+        EXPECT_EQ(joined(effectsOf("WARN")), warnings);
     }
-    ScriptedTransport transport; // above the total the items are listed as they come
-    transport.answer(listRequest(1, 9, 0, 0x107), page(2, {photo("A.JPG")}));
-    EXPECT_EQ(pagedAnswer(5, 1, 9, 0, 0x107), answerOf(200, blockOf("")));
-    transport.answer(listRequest(1, 0, 0, 0), page(2, {photo("A.JPG")}));
-    transport.answer(listRequest(1, 1, 0, 0), page(2, {photo("B.JPG", "101MOXEL")}));
-    EXPECT_EQ(pagedAnswer(2, 1, 0),
-              answerOf(200, blockOf(photoText("A.JPG")) + ",{'d':'101MOXEL','fs':[" + photoText("B.JPG") + "]}"));
 }
 
-TEST_F(PagedList, FailureLosesRepeatsOrKeepsTooMuch)
+TEST_F(PagedList, FailedExchangeMisjudgedOrRetriedTooOften)
 {
-    const Bytes busy = message(responseHeader(0, DB_STATUS_BUSY));
-    const Bytes first = page(20, photos(5, 7));
-    const Bytes second = page(20, photos(7, 9));
-    const Bytes halfCut = cut(page(20, {photo("X.JPG"), photo("Y.JPG")}), 159);
-    const struct {
-        const char *what;
-        std::vector<Bytes> answers; // one for each pass
-        std::string media;
-    } cases[] = {
-        {"the only pass", {busy}, ""},
-        {"an empty page", {page(20, {})}, ""},
-        {"the old text stays", {first, second, busy}, photosText(5, 9)},
-        {"the old text is written over", {first, second, busy, first}, photosText(5, 7)},
-        {"the whole part of a page stays", {busy, halfCut}, blockOf(photoText("X.JPG"))},
-        {"and is written over", {first, halfCut, second}, photosText(7, 9)},
-        {"the listing is empty by then", {first, busy, page(0, {})}, ""},
+    const Bytes video = message(item(0, "A"), videoRecord());
+    const Bytes endless = message(item(0, "A"), db_video_specific_info{0, 0, 0, 0, 0x40000001, 0}, 0);
+    // Whether it is about chapters, the response, the words about it.
+    std::vector<std::tuple<bool, Bytes, std::string>> cases = {
+        {false, {}, "ret -3"},
+        {false, {}, "bytesRead -4"},
+        {false, message(responseHeader(0, 3)), "status 3"},
+        {false, busy, "status 1"},
+        {false, page(1, {}), "bytesRead 40"},
+        {false, page(1, {endless}), "bytesRead 128"},
+        {false, page(1, {message(item(5, "A"), groupInfo(1, 1, 0, 1), Bytes(8))}), "bytesRead 132"},
+        {true, {}, "ret -3"},
+        {true, {}, "status 0, bytesRead -4"},
+        {true, chapters({video}, 3), "status 3, bytesRead 104"},
+        {true, chapters({}), "status 0, bytesRead 20"},
+        {true, chapters({endless}), "status 0, bytesRead 108"},
     };
-    for (const auto &row : cases) {
-        ScriptedTransport transport;
-        uint32_t start = 5;
-        for (const Bytes &answer : row.answers) {
-            transport.answer(listRequest(2, start, 0, 0), answer);
-            start = answer == first || answer == second ? start + 2 : 5;
+    const auto addShorter = [&](bool aboutChapters, const Bytes &whole, const std::string &words) {
+        for (size_t length = 0; length < whole.size(); ++length) {
+            cases.emplace_back(aboutChapters, cut(whole, length), words + std::to_string(length));
         }
-        EXPECT_EQ(pagedAnswer(static_cast<int>(row.answers.size()), 2, 5), answerOf(200, row.media)) << row.what;
+    };
+    addShorter(false, page(1, {message(item(0, "A", 0, DB_MEDIA_CLIPPED), Bytes(60), videoRecord(Bytes(4)))}, 12),
+               "bytesRead ");
+    addShorter(false, page(1, {message(item(6, "A", 1), groupInfo(1, 1, 33, 1), Bytes(16))}), "bytesRead ");
+    addShorter(false, page(1, {message(item(4, "A", 0, DB_MEDIA_CLIPPED), Bytes(32))}, 4), "bytesRead ");
+    addShorter(true, chapters({video}), "status 0, bytesRead ");
+    g_logLevel = UTIL_LOG_LEVEL_WARNING;
+    for (const auto &[aboutChapters, response, words] : cases) {
+        for (const bool paged : {false, true}) {
+            const bool sends = words != "ret -3";
+            const Bytes &request = aboutChapters ? chapterRequest : pageRequest;
+            ScriptedTransport transport;
+            for (int i = 0; i < 12; ++i) {
+                if (aboutChapters) {
+                    transport.answer(pageRequest, page(2, {group, photo("B")}, DB_LIST_OPTION_VIDEO_GROUPING));
+                }
+                !sends                  ? transport.sendFails(request, -3)
+                : words.ends_with("-4") ? transport.receiveFails(request, -4)
+                                        : transport.answer(request, response);
+            }
+            EXPECT_EQ(paged ? answer(dbGetPagedList, 99, 10, 0, 0, 0) : answer(generateMediaList, "all"),
+                      answerOf(500, paged && aboutChapters ? "]}" : ""));
+            const std::string attempt = times(aboutChapters, "send|receive|") + (sends ? "send|receive|" : "send|");
+            const std::string retry = attempt + "sleep 100000|WARN error on IPC received, retrying, " + words + "\n|";
+            const std::string prefix = aboutChapters && !paged && !sends ? "ERROR MEDIADB " : "ERROR ";
+            const std::string last = attempt + prefix + "error on IPC received, exiting, " + words + "\n|";
+            EXPECT_EQ(joined(), "init|" + times(11, retry) + last + "destroy|");
+        }
     }
-    ScriptedTransport transport;
-    for (int i = 0; i < 12; ++i) {
-        transport.sendFails(listRequest(2, 5, 0, 0), -3);
-    }
-    EXPECT_EQ(pagedAnswer(99, 2, 5), answerOf(500, ""));
-    EXPECT_EQ(effectsOf("ERROR"), Lines{"ERROR error on IPC received, exiting, ret -3\n"});
-    transport.openFails(-7);
-    EXPECT_EQ(pagedAnswer(1, 1, 0), answerOf(500, ""));
-    EXPECT_EQ(effects().back(), "ERROR mxIpcInit fail, ret -7\n");
-    EXPECT_EQ(answerWithoutCard([] { return dbGetPagedList(nullptr, 0, 1, 0, 0, 0); }), answerOf(200, "", "0"));
 }
 
-TEST_F(PagedList, LimitMissedByOneOrPageLeftInTheMiddle)
+TEST_F(PagedList, RestartLosesRepeatsOrKeepsTooMuch)
 {
-    const std::string frame =
-        entry("A.MP4", "'ls':'-1','zta':'0','ao':'off','mp':'0','dur':'2','hc':'0','hi':[],'s':'3000'");
-    const size_t room = 0x20000 - std::string("{'d':'100MOXEL','fs':[").size();
-    const Bytes group = message(item(1, "MOXE0001.MP4"), groupInfo(1, 0, 0));
-    for (const bool over : {false, true}) {
-        std::vector<std::vector<Bytes>> pages;
-        for (const size_t length : lengthsFilling(room + over, 3000)) {
-            pages.push_back({message(item(0, "A.MP4"), videoRecord(highlightsOfText(length - frame.size())))});
-        }
-        const auto total = static_cast<uint32_t>(pages.size() + over);
-        if (over) {
-            pages.back().push_back(group); // asked about, since the page goes on behind a refused text
-        }
+    const std::string one = blockOf(photoOf("A")) + "," + blockOf(photoOf("B"), "101MOXEL");
+    const std::string all = blockOf(photoOf("A")) + "," + blockOf(photoOf("B") + "," + photoOf("C"), "101MOXEL");
+    // Whether it is the paged list, where each answer uses up a pass; the answers below; status and text.
+    const std::tuple<bool, std::string, int, std::string> cases[] = {
+        {false, "1b12", 200, all},
+        {false, times(11, "1b") + "12", 200, all},
+        {false, times(12, "1b"), 500, ""},
+        {false, "1b0", 200, ""},
+        {true, "b", 200, ""},
+        {true, "e", 200, ""},
+        {true, "1b", 200, one}, // the old text stays until a new one comes
+        {true, "1b12", 200, all},
+        {true, "1b0", 200, ""},
+        {true, "bh", 200, blockOf(photoOf("A"))},
+        {true, "h12", 200, all},
+        {true, "gc", 200, blockOf(photoOf("A"))},
+        {true, "oc", 200, blockOf("")},
+        {true, "m1", 200, one},
+        {true, "1m", 200, one + "," + blockOf("")},
+    };
+    for (const auto &[paged, steps, status, media] : cases) {
+        const uint32_t start = paged ? 5 : 0;
+        const uint32_t total = start + 3;
+        std::map<char, Bytes> answers = {
+            {'0', page(0, {})},
+            {'1', page(total, {photo("A"), photo("B", "101MOXEL")})},
+            {'2', page(total, {photo("C", "101MOXEL")})},
+            {'b', busy},
+            {'c', busy}, // about the chapters in the page before
+            {'e', page(total, {})},
+            {'g', page(total, {photo("A"), group, photo("B")}, DB_LIST_OPTION_VIDEO_GROUPING)},
+            {'h', cut(page(total, {photo("A"), photo("B")}), 159)},
+            {'m', page(total, {message(item(7, "M"))})},
+            {'o', page(total, {group}, DB_LIST_OPTION_VIDEO_GROUPING)},
+        };
         ScriptedTransport transport;
-        for (uint32_t i = 0; i < pages.size(); ++i) {
-            transport.answer(listRequest(2, i, 2, 0), page(total, pages[i], DB_LIST_OPTION_VIDEO_GROUPING));
+        uint32_t index = start;
+        int passes = 0;
+        for (const char step : steps) {
+            const uint32_t items = step == '1' ? 2 : step == '2' || step == 'm' ? 1 : 0; // listed for good
+            const Bytes request = paged ? listRequest(2, index, 0, 0x207) : listRequest(10, index, 0, 0);
+            transport.answer(step == 'c' ? chapterRequest : request, answers[step]);
+            index = items == 0 ? start : index + items;
+            passes += step != 'c';
         }
-        if (over) {
-            transport.answer(fileRequest(DB_COMMAND_VIDEO_SPECIFIC_INFO),
-                             message(responseHeader(DB_COMMAND_VIDEO_SPECIFIC_INFO), item(0, "B.MP4"), videoRecord()));
-        }
-        const std::string text = pagedAnswer(9999, 2, 0, 2);
-        EXPECT_EQ(text.size(), answerOf(over ? 500 : 200, "]}").size() + (over ? 0 : 0x20000));
-        const Lines refusals = effectsOf("ERROR exceeded buffer length for mxoutput ");
-        EXPECT_TRUE(over ? refusals.at(0).find(" 131073, listEntryText:") != std::string::npos : refusals.empty());
+        EXPECT_EQ(paged ? answer(dbGetPagedList, passes, 2, 5, 0, 0x207) : answer(generateMediaList, "all"),
+                  answerOf(status, media))
+            << steps;
     }
 }

@@ -80,7 +80,7 @@ TEST(SimulatorFaults, RecordingThatIsMisread)
         {asked + got + "[00000/00001]: 0F", "1 1 1 "},
         {"Snd :" + got + "[00000/00001]: 00", "517 517 517 "},
         {asked, "d:3: the recording ends without an exchange"},
-        {got, "d:2: an answer without a request"},
+        {asked + answer + got, "d:7: an answer without a request"},
         {"[00000/00001]: 00\n", "d:1: bytes without \"Snd :\" or \"Rcv :\" in front"},
         {"Snd :\n[", "d:2: not \"[offset/length]:\""},
         {"Snd :\n[00000/01501]:" + line, "d:2: a message of more than 1500 bytes"},

@@ -1,18 +1,18 @@
+// Log lines, reports, error names, daemon start-up and the identity of the card.
+#include <csignal>
 #include <cstdarg>
-#include <cwchar>
+#include <ctime>
 #include <dlfcn.h>
-#include <functional>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <syslog.h>
-#include <unistd.h>
 
 #include "card.h"
+#include "cardIdentity.h"
 #include "daemonInit.h"
+#include "effects.h"
 #include "errorNames.h"
 #include "mxdebug.h"
 #include "utilLog.h"
@@ -20,81 +20,65 @@
 namespace
 {
 
-std::string journal; // what reached syslog
-pid_t parent = 2;    // what the process is told of its parent
-bool forkFails = false;
 const uint32_t initialLevel = g_logLevel;
+pid_t parent = 2;                 // what the process is told of its parent
+int forked = 1000;                // what it gets of a fork; 1000: the real thing
+int zerosInFront = 0, number = 3; // its random numbers
 
-/** Runs `action` in a child. Gives its exit status, "|", all that it and its children print, and its journal. */
-std::string inChild(const std::function<void()> &action)
+/** Runs code in a child, which must end with this status and these words. */
+template <typename Run>
+void expectExit(Run run, int status, const std::string &words)
 {
-    int ends[2];
-    EXPECT_EQ(pipe(ends), 0);
-    fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDOUT_FILENO);
-        close(ends[0]);
-        close(ends[1]);
-        journal.clear();
-        atexit([] { fputs(journal.c_str(), stdout); });
-        action();
-        exit(0);
-    }
-    close(ends[1]);
-    std::string printed;
-    for (char byte; read(ends[0], &byte, 1) == 1;) {
-        printed += byte;
-    }
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return (WIFEXITED(status) ? std::to_string(WEXITSTATUS(status)) : "killed") + "|" + printed;
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), run(), exit(0)), testing::ExitedWithCode(status),
+                testing::Matcher<const std::string &>(words));
 }
 
-std::string withoutTime(const std::string &report)
-{
-    static const std::regex stamp("(^|\\||\\n)[A-Z][a-z]{2}[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9] ");
-    return std::regex_replace(report, stamp, "$1TIME ");
-}
+constexpr int line = __LINE__ + 6;
 
-constexpr int failingLine = __LINE__ + 5;
-
-void failing()
-{
-    UTIL_ASSERT(failingLine != 0);
-    UTIL_ASSERT(failingLine == 0);
-}
-
-constexpr int erringLine = __LINE__ + 4;
-
-void erring()
+void report()
 {
     UTIL_ERROR("ERROR: Db response size too small.\n");
+    UTIL_ASSERT(line != 0);
+    UTIL_ASSERT(line == 0);
+}
+
+/** The result, the identity, and what is said on standard error, with "@" for the card. */
+std::string identity(bool given = true)
+{
+    char id[CARD_ID_BYTES] = "";
+    int result = 1;
+    const int descriptor = nextDescriptor();
+    const std::string complaint = printedBy([&] {
+        FILE *pSaved = std::exchange(stderr, stdout);
+        result = getCardIDStr(given ? id : nullptr);
+        stderr = pSaved;
+    });
+    EXPECT_EQ(nextDescriptor(), descriptor);
+    return formatted("%d %s|", result, id) + std::regex_replace(complaint, std::regex("/[^ ]*/card.{6}/"), "@/");
 }
 
 } // namespace
 
+// Doubles of the system's calls.
 extern "C" {
 
 void openlog(const char *pIdentity, int options, int facility)
 {
-    journal += pIdentity == nullptr && options == 0x22 && facility == 8 ? "open " : "open otherwise ";
+    printf("<%s %d %d ", pIdentity, options, facility);
 }
 
 void syslog(int priority, const char *pFormat, ...)
 {
-    char text[1024];
     va_list arguments;
     va_start(arguments, pFormat);
-    vsnprintf(text, sizeof text, pFormat, arguments);
+    printf("%d ", priority);
+    vprintf(pFormat, arguments);
     va_end(arguments);
-    journal += std::to_string(priority) + " " + text;
 }
 
 void closelog()
 {
-    journal += " close";
+    printf(">");
 }
 
 pid_t getppid() noexcept
@@ -105,166 +89,160 @@ pid_t getppid() noexcept
 pid_t fork() noexcept
 {
     static const auto pFork = reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"));
-    return forkFails ? -1 : pFork();
+    return forked == 1000 ? pFork() : forked;
+}
+
+tm *localtime(const time_t *) noexcept
+{
+    static tm moment = {6, 5, 14, 3, 1, 100, 0, 0, 0, 0, ""};
+    return &moment;
+}
+
+int rand() noexcept
+{
+    return zerosInFront-- > 0 ? 0 : number;
 }
 }
 
 TEST(UtilLog, LineOfWrongForm)
 {
-    const std::string most(334, 'm'), prefix = "3 UTIL_LOG_ERROR:", long86(86, 'n'), long419(419, 'n');
-    const struct {
-        std::string message, file, wanted;
-    } cases[] = {
-        {"100%s\n", "source", "100%s\n @source:7"},
-        {most, "source", most + " @source:7"},
-        {most + "m", "source", most + " @source:7"},
-        {most, long86, most + " @" + long86 + ":7"},
-        {most, long86 + "n", most + " "},
-        {most + "m", long86, most + " @" + long86 + ":7"},
-        {most + "m", long86 + "n", most + " "},
-        {"m", long419, "m @" + long419 + ":7"},
-        {"m", long419 + "n", "m "},
+    const auto logged = [](const std::string &text, const std::string &file = "source") {
+        return printedBy([&] { util_log(UTIL_LOG_LEVEL_ERROR, 7, file.c_str(), "%s", text.c_str()); });
     };
-    for (const auto &c : cases) {
-        journal.clear();
-        util_log(UTIL_LOG_LEVEL_ERROR, 7, c.file.c_str(), "%s", c.message.c_str());
-        EXPECT_EQ(journal, prefix + c.wanted);
-    }
-    journal.clear();
-    util_log(UTIL_LOG_LEVEL_ERROR, 7, "source", "%lc", static_cast<wint_t>(0x110000)); // can't be formatted
-    EXPECT_EQ(journal, prefix);
-    journal.clear();
-    for (int level = UTIL_LOG_LEVEL_OFF; level < UTIL_LOG_LEVEL_LAST; ++level) {
-        util_log(level, level, "s", "%d\n", level);
-    }
-    EXPECT_EQ(journal, "3 UTIL_LOG_OFF  :0\n @s:03 UTIL_LOG_FATAL:1\n @s:13 UTIL_LOG_ERROR:2\n @s:2"
-                       "3 UTIL_LOG_WARN :3\n @s:33 UTIL_LOG_DEBUG:4\n @s:43 UTIL_LOG_INFO :5\n @s:5"
-                       "3 UTIL_LOG_TRACE:6\n @s:6");
+    const std::string tag = "3 UTIL_LOG_ERROR:", most(334, 'm'), long86(86, 'n'), long419(419, 'n');
+    EXPECT_EQ(logged("100%s\n"), tag + "100%s\n @source:7");
+    EXPECT_EQ(logged(most + "m"), tag + most + " @source:7");
+    EXPECT_EQ(logged(most, long86), tag + most + " @" + long86 + ":7");
+    EXPECT_EQ(logged(most, long86 + "n"), tag + most + " ");
+    EXPECT_EQ(logged(most + "m", long86), tag + most + " @" + long86 + ":7");
+    EXPECT_EQ(logged("m", long419), tag + "m @" + long419 + ":7");
+    EXPECT_EQ(logged("m", long419 + "n"), tag + "m ");
+    EXPECT_EQ(printedBy([] { util_log(UTIL_LOG_LEVEL_ERROR, 7, "s", "%lc", wint_t{0x110000}); }), tag) << "no format";
 }
 
-TEST(UtilLog, LevelGateWrong)
+TEST(UtilLog, LevelGateOrTagWrong)
 {
     EXPECT_EQ(initialLevel, 2u);
-    for (uint32_t level = 0; level <= 6; ++level) {
-        util_log_set_level(level);
-        EXPECT_EQ(g_logLevel, level);
-        for (const uint32_t refused : {7u, 8u, UINT32_MAX}) {
-            util_log_set_level(refused);
-            EXPECT_EQ(g_logLevel, level);
+    const char *tags[] = {"OFF  ", "FATAL", "ERROR", "WARN ", "DEBUG", "INFO ", "TRACE"};
+    for (int level = 0; level < 7; ++level) {
+        for (const uint32_t value : {static_cast<uint32_t>(level), 7u, 8u, UINT32_MAX}) {
+            util_log_set_level(value);
         }
-        journal.clear();
-        int evaluated = 0;
-        const int line = __LINE__ + 1;
-        UTIL_LOG(UTIL_LOG_LEVEL_WARNING, "%d", ++evaluated);
-        EXPECT_EQ(journal, level < 3 ? "" : "3 UTIL_LOG_WARN :1 @supportTest:" + std::to_string(line));
-        EXPECT_EQ(evaluated, level < 3 ? 0 : 1);
+        int count = 0;
+        for (int of = 0; of < 7; ++of) {
+            const int here = __LINE__ + 1;
+            const std::string logged = printedBy([&] { UTIL_LOG(of, "%d\n", ++count); });
+            const std::string wanted = formatted("3 UTIL_LOG_%s:%d\n @supportTest:%d", tags[of], of + 1, here);
+            EXPECT_EQ(logged, of > level ? "" : wanted);
+        }
+        EXPECT_EQ(count, level + 1);
     }
-    util_log_set_level(UTIL_LOG_LEVEL_ERROR);
 }
 
-TEST(Reports, RoutedWrongly)
+TEST(ReportsDeathTest, RoutedWrongly)
 {
-    // Channels that get a report: o standard output, f the file, s syslog.
-    const struct {
-        uint32_t word;
-        std::string assertion, error;
-    } cases[] = {{0, "", ""},
-                 {0xFFFFFF07, "", ""},
-                 {8, "s", ""},
-                 {0x6000000F, "ofs", ""},
-                 {0x10, "s", "s"},
-                 {0x40000010, "os", "os"},
-                 {0x200000FF, "fs", "fs"},
-                 {0x9FFFFF80, "s", "s"}};
-    const uint32_t saved = g_debug_level;
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.word);
-        g_debug_level = c.word;
-        const auto expect = [](void (*report)(), const std::string &channels, const std::string &status,
-                               const std::string &text) {
-            const auto on = [&](char channel, const std::string &there) {
-                return channels.find(channel) != std::string::npos ? there : "";
-            };
-            const std::string seen = status + "|" + on('o', "TIME " + text) + on('s', "open 7 " + text + " close");
-            {
-                const TemporaryCard card;
-                card.write("wifi_log.txt", "old\n");
-                EXPECT_EQ(withoutTime(inChild(report)), seen);
-                EXPECT_EQ(withoutTime(card.read("wifi_log.txt")), "old\n" + on('f', "TIME " + text));
-            }
-            EXPECT_EQ(withoutTime(inChild(report)), seen) << "without a card";
-        };
-        expect(failing, c.assertion, "255",
-               "\033[31mASSERT:tests/supportTest/failing:" + std::to_string(failingLine) +
-                   ":failingLine == 0\n\033[0m");
-        expect(erring, c.error, "0",
-               "[          erring:  " + std::to_string(erringLine) + "] ERROR: Db response size too small.\n");
-    }
-    g_debug_level = saved;
+    // What is printed and logged, "<" opening and ">" closing the log, and what goes to the file.
+    const auto expect = [](uint32_t word, const std::string &seen, const std::string &filed) {
+        const TemporaryCard card;
+        card.write("wifi_log.txt", "old ");
+        g_debug_level = word;
+        expectExit(report, 255, seen);
+        EXPECT_EQ(card.read("wifi_log.txt"), "old " + filed) << word;
+    };
+    const std::string e = formatted("[          report:%4d] ERROR: Db response size too small.\n", line - 2);
+    const std::string a = formatted("\033[31mASSERT:tests/supportTest/report:%d:line == 0\n\033[0m", line);
+    const std::string log = "<(null) 34 8 7 ", at = "Feb03 14:05:06 ";
+    expect(0, "", "");
+    expect(0xFFFFFF07, "", "");
+    expect(8, log + a + ">", "");
+    expect(0x6000000F, at + a + log + a + ">", at + a);
+    expect(0x10, log + e + ">" + log + a + ">", "");
+    expect(0x9FFFFF80, log + e + ">" + log + a + ">", "");
+    expect(0x40000010, at + e + log + e + ">" + at + a + log + a + ">", "");
+    expect(0x200000FF, log + e + ">" + log + a + ">", at + e + at + a);
+    expectExit(report, 255, log + e + ">" + log + a + ">"); // without a card
 }
 
-TEST(ErrorNames, RowLostOrWrong)
+TEST(Texts, RowLostOrBlankWrong)
 {
-    std::string rows;
-    for (const mxNameOfCode &row : mxErrnoStrMap) {
-        EXPECT_STREQ(mxErrnoToStr(row.code), row.pName);
-        rows += std::to_string(row.code) + " ";
+    std::string rows, names, texts;
+    for (const auto &[pName, code] : mxErrnoStrMap) {
+        EXPECT_STREQ(mxErrnoToStr(code), pName);
+        rows += formatted("%d ", code);
     }
     EXPECT_EQ(rows, "0 -1 -2 -3 -4 -5 -6 -7 -8 -9 -10 -11 -12 -14 -15 -16 -17 -101 -102 -103 -104 -100 ");
-    EXPECT_STREQ(mxErrnoToStr(-14), "MX_ERR_REMOTE_FILE_OPEN");
-    EXPECT_STREQ(mxErrnoToStr(-100), "MX_ERR_DOWNLOAD_FAILED");
-    for (const int code : {-105, -99, -18, -13, 1}) {
-        EXPECT_STREQ(mxErrnoToStr(code), "UNKNOWN");
+    for (const int code : {-14, -100, -105, -99, -18, -13, 1}) {
+        names += formatted("%s ", mxErrnoToStr(code));
     }
-    EXPECT_EQ(mxModelToStr(-1), nullptr);
-    EXPECT_EQ(mxModelToStr(0), nullptr);
+    EXPECT_EQ(names, "MX_ERR_REMOTE_FILE_OPEN MX_ERR_DOWNLOAD_FAILED " + times(5, "UNKNOWN "));
+    for (const char *pText : {" \tx ", "x", "\t\n x", "", "  ", static_cast<const char *>(nullptr)}) {
+        texts += formatted("%s|", skipBlanks(pText));
+    }
+    EXPECT_EQ(texts, "x |x|\n x|(null)|(null)|(null)|");
 }
 
-TEST(SkipBlanks, WrongCharacter)
+TEST(DaemonInitDeathTest, StepLeftOut)
 {
-    const std::pair<const char *, const char *> cases[] = {{nullptr, nullptr}, {"", nullptr}, {"  ", nullptr},
-                                                           {" \tx ", "x "},    {"x", "x"},    {"\t\n x", "\n x"}};
-    for (const auto &[pText, pWanted] : cases) {
-        EXPECT_STREQ(skipBlanks(pText), pWanted);
-    }
-}
-
-TEST(DaemonInit, StepLeftOut)
-{
+    rlimit limit;
+    getrlimit(RLIMIT_CORE, &limit);
+    const auto start = [&](pid_t parentIs, pid_t forkGives, int coreDump, bool refused = false) {
+        parent = parentIs;
+        forked = forkGives;
+        umask(027);
+        const rlimit none = {0, refused ? 0 : limit.rlim_max};
+        setrlimit(RLIMIT_CORE, &none);
+        if (refused && setuid(65534) == 0) {
+            prctl(PR_SET_DUMPABLE, 1); // the leak check of sanitizer builds needs it
+        }
+        const int ret = coreDump == 0 ? daemon_init() : daemon_init_ext(coreDump);
+        getrlimit(RLIMIT_CORE, &limit);
+        printf("%d in %s, leader %d, umask %o, dumps %d", ret, std::filesystem::current_path().c_str(),
+               getsid(0) == getpid(), umask(0), limit.rlim_cur == RLIM_INFINITY);
+    };
     const std::string here = std::filesystem::current_path(), daemon = ", leader 1, umask 0, dumps ";
     const std::string refusal = "daemon_init_ext: Error: unable to set core limit in order to generate core dump!";
     const std::string moved = std::filesystem::exists("/tmp/fuse_b/") ? "0 in /tmp/fuse_b" : "-1 in " + here;
-    const std::string note = "daemon_init_ext: Note: Daemon can generate core dump." + moved;
-    rlimit limit;
-    getrlimit(RLIMIT_CORE, &limit);
+    const std::string note = "daemon_init_ext: Note: Daemon can generate core dump." + moved + daemon;
     const bool mayDump = limit.rlim_max == RLIM_INFINITY || geteuid() == 0;
-    const struct {
-        pid_t parent;
-        bool forkFails, dumpRefused;
-        int coreDump;
-        std::string wanted;
-    } cases[] = {
-        {2, false, false, 0, "0 in /" + daemon + "0"},
-        {2, false, false, 1, mayDump ? note + daemon + "1" : refusal + note + daemon + "0"},
-        {2, false, true, -1, refusal + note + daemon + "0"},
-        {1, false, false, 1, "0 in " + here + ", leader 0, umask 27, dumps 0"},
-        {2, true, false, 1, "-1 in " + here + ", leader 0, umask 27, dumps 0"},
+    const std::string left = " in " + here + ", leader 0, umask 27, dumps 0";
+    expectExit([&] { start(2, 0, 0); }, 0, "0 in /" + daemon + "0");
+    expectExit([&] { start(2, 0, 1); }, 0, mayDump ? note + "1" : refusal + note + "0");
+    expectExit([&] { start(2, 0, -1, true); }, 0, refusal + note + "0");
+    expectExit([&] { start(2, 5, 1); }, 0, ""); // the parent ends
+    expectExit([&] { start(2, -1, 1); }, 0, "-1" + left);
+    expectExit([&] { start(1, 0, 1); }, 0, "0" + left);
+}
+
+TEST(CardIdentityDeathTest, FailureOrNumberDiffers)
+{
+    // What comes of a card that holds one file, then what stands in the identity file or at its folder's place.
+    const auto onCard = [](const std::string &below, const std::string &content, int zeros = 0, int first = 3) {
+        const TemporaryCard card;
+        card.write(below, content);
+        zerosInFront = zeros;
+        number = first;
+        const std::string told = identity();
+        number = 1000;
+        EXPECT_TRUE(told.starts_with("-1") || identity() == told) << "the identity changes";
+        return told + card.read(below == "MISC" ? below : "MISC/card");
     };
-    for (const auto &c : cases) {
-        const auto run = [&] {
-            parent = c.parent;
-            forkFails = c.forkFails;
-            umask(027);
-            rlimit none = {0, c.dumpRefused ? 0 : limit.rlim_max};
-            setrlimit(RLIMIT_CORE, &none);
-            if (c.dumpRefused && setuid(65534) == 0) {
-                prctl(PR_SET_DUMPABLE, 1); // the leak check of sanitizer builds needs it
-            }
-            const int ret = c.coreDump == 0 ? daemon_init() : daemon_init_ext(c.coreDump);
-            getrlimit(RLIMIT_CORE, &none);
-            printf("%d in %s, leader %d, umask %o, dumps %d", ret, std::filesystem::current_path().c_str(),
-                   getsid(0) == getpid(), umask(0), none.rlim_cur == RLIM_INFINITY);
-        };
-        EXPECT_EQ(inChild(run), "0|" + c.wanted);
-    }
+    EXPECT_EQ(onCard("x", "") + onCard("MISC/card", ""), "0 8|80 8|8");
+    EXPECT_EQ(onCard("x", "", 0, 1), "0 0|0");
+    EXPECT_EQ(onCard("x", "", 9, INT32_MAX), "0 4611686014132420608|4611686014132420608");
+    EXPECT_EQ(onCard("x", "", 10), "-1 0|Failed to get random number\n");
+    EXPECT_EQ(onCard("MISC/card", "12\n34"), "0 12\n|12\n34");
+    EXPECT_EQ(onCard("MISC/card", std::string(40, '7')), "0 " + std::string(31, '7') + "|" + std::string(40, '7'));
+    EXPECT_EQ(onCard("MISC/card/x", ""), "-1 0|Failed to create file  @/MISC/card\n");
+    EXPECT_EQ(onCard("MISC", "mine"), "-1 0|Path:@/MISC/ exists and is a NOT folder\nmine");
+    EXPECT_EQ(identity(), "-1 0|Failed to create folder:/nonexistent/card/MISC/\n");
+    EXPECT_EQ(identity(false), "-1 |Cannot call with null pointer\n");
+    const TemporaryCard full;
+    const auto inFull = [] {
+        const rlimit none = {0, 0};
+        signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &none);
+        number = 3;
+        exit(identity() != "-1 8|Failed to get write card_id to file\n");
+    };
+    expectExit(inFull, 0, "");
 }

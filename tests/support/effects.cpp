@@ -2,7 +2,6 @@
 
 #include <cstdarg>
 #include <syslog.h>
-#include <unistd.h>
 
 Lines &effects()
 {
@@ -28,13 +27,6 @@ std::string joined(const Lines &lines)
         text += line + "|";
     }
     return text;
-}
-
-int nextDescriptor()
-{
-    const int descriptor = dup(STDIN_FILENO);
-    close(descriptor);
-    return descriptor;
 }
 
 // Doubles of the system's calls: the test program's own definitions come first.

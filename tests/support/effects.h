@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 using Lines = std::vector<std::string>;
@@ -33,8 +34,19 @@ std::string formatted(const char *pFormat, Values... values)
     return text;
 }
 
+/** A text, several times. */
+inline std::string times(int count, const std::string &text)
+{
+    return count == 0 ? "" : text + times(count - 1, text);
+}
+
 /** The descriptor that the next opened file gets: the same before and after a call that leaves none open. */
-int nextDescriptor();
+inline int nextDescriptor()
+{
+    const int descriptor = dup(STDIN_FILENO);
+    close(descriptor);
+    return descriptor;
+}
 
 /** What `run` prints to standard output. */
 template <typename Run>

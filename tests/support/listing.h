@@ -12,32 +12,27 @@
 #include "records.h"
 #include "utilLog.h"
 
-/** A test of a list: on the card 42, and with the log level back at its first value afterwards. */
-class ListTest : public testing::Test
-{
-  protected:
+/** A test of a list, on the card 42. */
+struct ListTest : testing::Test {
+    TemporaryCard card;
     ListTest()
     {
         card.identify();
-    }
-    ~ListTest() override
-    {
         g_logLevel = UTIL_LOG_LEVEL_ERROR;
     }
-    TemporaryCard card;
 };
-
-/** Text of a document, written with single quotes in place of double ones. */
-inline std::string json(std::string text)
-{
-    std::replace(text.begin(), text.end(), '\'', '"');
-    return text;
-}
 
 inline db_content_info item(db_content_type type, const std::string &file, uint32_t highlightCount = 0,
                             uint32_t mediaProperties = 0, const std::string &dir = "100MOXEL")
 {
     return contentInfo(type, fileSpec(dir, file), highlightCount, mediaProperties);
+}
+
+/** A video record of 1500 ms, with its highlights. */
+inline Bytes videoRecord(const Bytes &highlights = {}, uint32_t lrvSize = 0, uint32_t clipped = 0)
+{
+    const auto count = static_cast<uint32_t>(highlights.size() / sizeof(uint32_t));
+    return message(db_video_specific_info{lrvSize, 1500, 41, 100, count, clipped}, highlights);
 }
 
 /** An item with nothing behind its basic record. */
@@ -46,106 +41,50 @@ inline Bytes photo(const std::string &file, const std::string &dir = "100MOXEL")
     return message(item(DB_CONTENT_TYPE_SINGLE_PHOTO, file, 0, 0, dir));
 }
 
-/** A video record of 1500 ms, with its highlights. */
-inline Bytes videoRecord(const std::vector<uint32_t> &highlights = {}, uint32_t lrvSize = 0, uint32_t clipped = 0)
+/** A message of a header and records. */
+inline Bytes responseOf(const Bytes &header, const std::vector<Bytes> &records)
 {
-    const auto count = static_cast<uint32_t>(highlights.size());
-    Bytes bytes = message(db_video_specific_info{lrvSize, 1500, 41, 100, count, clipped});
-    for (const uint32_t highlight : highlights) {
-        bytes << highlight;
-    }
-    return bytes;
-}
-
-/** A response of entries, or of any other records, behind a header of its kind. */
-template <typename Header>
-Bytes responseOf(const Header &header, const std::vector<Bytes> &records)
-{
-    Bytes response = message(header);
-    for (const Bytes &record : records) {
-        response << record;
-    }
-    return response;
+    return std::accumulate(records.begin(), records.end(), header, [](Bytes a, const Bytes &b) { return a << b; });
 }
 
 inline Bytes page(uint32_t total, const std::vector<Bytes> &entries, uint32_t listOptions = 0)
 {
-    return responseOf(listHeader(static_cast<uint32_t>(entries.size()), total, listOptions), entries);
+    return responseOf(message(listHeader(static_cast<uint32_t>(entries.size()), total, listOptions)), entries);
 }
 
-/** Highlights whose text, joined by commas, is `length` characters long, at least 1. */
-inline std::vector<uint32_t> highlightsOfText(size_t length)
+inline Bytes chapters(const std::vector<Bytes> &records, uint32_t status = DB_STATUS_OK)
 {
-    std::vector<uint32_t> highlights((length - 1) / 11, 1000000000);
-    const size_t left = length - highlights.size() * 11;
-    for (const size_t digits : left == 11 ? std::vector<size_t>{5, 5} : std::vector<size_t>{left}) {
-        highlights.push_back(static_cast<uint32_t>(std::stoul("1" + std::string(digits - 1, '0'))));
-    }
-    return highlights;
-}
-
-/** Lengths of entries, none above `most`, that fill `room` characters with the commas between them. */
-inline std::vector<size_t> lengthsFilling(size_t room, size_t most)
-{
-    const size_t count = (room + 1 + most) / (most + 1);
-    std::vector<size_t> lengths(count, (room + 1) / count - 1);
-    for (size_t i = 0; i < (room + 1) % count; ++i) {
-        ++lengths[i];
-    }
-    return lengths;
+    const auto count = static_cast<uint32_t>(records.size());
+    return responseOf(message(responseHeader(DB_COMMAND_VIDEO_SPECIFIC_INFO, status, count)), records);
 }
 
 /** What is printed: the head, then the card's document with the text of its array, in single quotes. */
 inline std::string answerOf(int status, const std::string &media, const std::string &id = "42")
 {
-    return "HTTP/1.1 " + std::to_string(status) + " \r\nContent-Type: application/json\r\n\r\n" +
-           json("{'id':'" + id + "','media':[" + media + "]}\r\n");
+    std::string document = "{'id':'" + id + "','media':[" + media + "]}\r\n";
+    std::replace(document.begin(), document.end(), '\'', '"');
+    return formatted("HTTP/1.1 %d \r\nContent-Type: application/json\r\n\r\n", status) + document;
 }
 
-/** Answers with no more than one block of the directory 100MOXEL. */
-inline std::string blockOf(const std::string &entries)
+inline std::string blockOf(const std::string &entries, const std::string &dir = "100MOXEL")
 {
-    return "{'d':'100MOXEL','fs':[" + entries + "]}";
+    return "{'d':'" + dir + "','fs':[" + entries + "]}";
 }
 
-/** Prints an answer to the end; its result must fit its status. */
-template <typename Run>
-std::string printedAnswer(Run run)
+/** An entry with all keys; `keys` are those behind the keys of every item. */
+inline std::string entryOf(const std::string &file, const std::string &keys)
+{
+    return "{'n':'" + file + "','mod':'2000','cre':'1000','us':'0','tr':'0'," + keys + "}";
+}
+
+/** What a call prints; its result must fit the status. */
+template <typename... Arguments>
+std::string answer(int (*call)(void *, Arguments...), std::type_identity_t<Arguments>... arguments)
 {
     int result = 1;
-    const std::string text = printedBy([&] { result = run(); });
-    const bool fits = result == (text.find("HTTP/1.1 200 ") != std::string::npos ? 0 : -1);
-    return fits ? text : "result " + std::to_string(result) + " with " + text;
-}
-
-/** The same on a card without an identity. */
-template <typename Run>
-std::string answerWithoutCard(Run run)
-{
-    const TemporaryCard spoilt;
-    spoilt.write("MISC", "a file in the folder's place");
-    testing::internal::CaptureStderr();
-    const std::string text = printedAnswer(run);
-    testing::internal::GetCapturedStderr();
+    const std::string text = printedBy([&] { result = call(nullptr, arguments...); });
+    EXPECT_EQ(result, text.find("HTTP/1.1 200 ") == std::string::npos ? -1 : 0) << text;
     return text;
-}
-
-/** An exchange that fails as the words of its log line say. */
-inline void failExchange(ScriptedTransport &transport, const Bytes &request, const Bytes &response,
-                         const std::string &words)
-{
-    if (words == "ret -3") {
-        transport.sendFails(request, -3);
-    } else if (words.ends_with("bytesRead -4")) {
-        transport.receiveFails(request, -4);
-    } else {
-        transport.answer(request, response);
-    }
-}
-
-inline std::string listAnswer(const std::string &query)
-{
-    return printedAnswer([&] { return generateMediaList(nullptr, query.c_str()); });
 }
 
 #endif

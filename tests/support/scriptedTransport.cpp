@@ -5,6 +5,13 @@
 #include <gtest/gtest.h>
 
 #if defined(__SANITIZE_ADDRESS__)
+#define MX_POISONS
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define MX_POISONS
+#endif
+#endif
+#ifdef MX_POISONS
 #include <sanitizer/asan_interface.h>
 #define MX_POISON(address, size) __asan_poison_memory_region(address, size)
 #define MX_UNPOISON(address, size) __asan_unpoison_memory_region(address, size)
@@ -53,6 +60,7 @@ ScriptedTransport::ScriptedTransport()
 
 ScriptedTransport::~ScriptedTransport()
 {
+    guard(nullptr, 0);
     EXPECT_EQ(openHandles, 0) << "handles left open";
     EXPECT_TRUE(steps.empty()) << steps.size() << " steps left, first:" << hex(steps.front().request);
     EXPECT_TRUE(openResults.empty()) << "an opening that was to fail was not made";

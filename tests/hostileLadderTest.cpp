@@ -1,0 +1,123 @@
+// Every reader, with good messages of which the length and one word change step by step. What must hold then, the fuzz
+// targets say.
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include "../fuzz/transport.h"
+#include "support/records.h"
+#include "utilLog.h"
+#include "wireCursor.h"
+
+using Target = void(Input &);
+Target cahWalk, chapters, directCalls, mediaList, metadata, pagedList, typedResponses;
+
+static Target *pTarget = nullptr;
+void ladder(Input &input)
+{
+    pTarget(input);
+}
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pBytes, size_t size);
+
+// A reader and its input: messages at odd places, what stands around them at even ones.
+struct Reader {
+    const char *pName;
+    Target *target;
+    std::vector<Bytes> input;
+};
+
+static Bytes framed(const Bytes &bytes)
+{
+    return message(static_cast<uint16_t>(bytes.size()), bytes);
+}
+
+static Bytes item(db_content_type type)
+{
+    return message(contentInfo(type, fileSpec(), 2, DB_MEDIA_CLIPPED));
+}
+
+static Bytes video(uint32_t count)
+{
+    return message(db_video_specific_info{0, 1500, 41, 100, count, 0}, Bytes(count * sizeof count, 1));
+}
+
+// 32 numbers, as many as a mask has bits.
+static Bytes group(size_t masks)
+{
+    return message(groupInfo(3, 0, 31, 24), Bytes(masks * sizeof(uint32_t), 0x11));
+}
+
+static Bytes page(uint32_t more)
+{
+    const uint32_t options = DB_LIST_OPTION_VIDEO_GROUPING | DB_LIST_OPTION_INCLUDE_GUMI | more;
+    const Bytes behind = message(gumiOf(7), gumiOf(8), Bytes(more != 0 ? sizeof(db_more_info) : 0, 2));
+    return message(listHeader(5, 5, options), item(0), behind, video(3), item(5), behind, group(2), item(2), behind,
+                   group(1), item(7), behind, item(4), behind);
+}
+
+static char current[200];
+
+// Runs a reader with a word at a place of one of its messages, and with another length of that message.
+static void run(const Reader &reader, size_t changed, size_t place, uint32_t word, size_t length)
+{
+    snprintf(current, sizeof current, "%s: message %zu, %08X at %zu, %zu bytes\n", reader.pName, changed, word, place,
+             length);
+    Bytes input;
+    for (size_t i = 0; i < reader.input.size(); ++i) {
+        Bytes bytes = reader.input[i];
+        if (i == changed) {
+            memcpy(bytes.data() + place, &word, sizeof word);
+            bytes.resize(length);
+        }
+        input << (i % 2 == 0 ? bytes : framed(bytes));
+    }
+    pTarget = reader.target;
+    LLVMFuzzerTestOneInput(input.data(), input.size());
+}
+
+TEST(HostileLadder, ReadBeyondMessage)
+{
+    const std::string query = "p=100MOXEL/MOXE0001.MP4&t=v4info";
+    const Bytes plain = {0, UTIL_LOG_LEVEL_DEBUG}, queryBytes(query.begin(), query.end()); // every opening succeeds
+    const db_response_header head = responseHeader(7);
+    const Bytes content = message(head, item(7)), more = message(head, db_more_info{1920, 1080, 30, 1, 1, 1, 0});
+    const Bytes oneVideo = message(head, item(0), video(9)), gumi = message(head, item(0), gumiOf(7), gumiOf(8));
+    const Bytes oneGroup = message(head, item(1), group(2)), name = message(head, fileSpec());
+    const Bytes files = message(responseHeader(4, 0, 3), item(0), video(2), item(1), video(0), item(2), video(1));
+    std::vector<Reader> readers = {
+        {"metadata", metadata, {message(framed(queryBytes), plain), gumi, {}, oneVideo, {}, more}},
+        {"media list", mediaList, {message(framed({'x'}), plain), page(8), {}, files}},
+        {"paged list", pagedList, {message(Bytes{3, 10}, Bytes(12), plain), page(8), {}, files}},
+        {"walk", cahWalk, {{1, 5, 0, 0, 0, 0}, page(0), plain, oneVideo}},
+        {"page and walk", cahWalk, {message(Bytes{0, 5}, Bytes(4), plain), page(0), {}, oneVideo}},
+        {"chapters", chapters, {{}, message(item(2), group(1)), plain, files}},
+    };
+    const Bytes done = message(head), histogram = message(head, Bytes(sizeof(db_upload_histogram), 1));
+    for (uint8_t call = 0; const Bytes &answer : {content, more, oneVideo, oneGroup, gumi, name, done, histogram}) {
+        readers.push_back({"direct call", directCalls, {message(Bytes{call++, 5}, plain), answer}});
+    }
+    for (uint8_t call = 0; const Bytes &answer : {content, oneVideo, gumi, more, done}) {
+        readers.push_back({"typed response", typedResponses, {message(call++, plain), answer}});
+    }
+    signal(SIGABRT, [](int) { fputs(current, stderr); });
+    for (const Reader &reader : readers) {
+        int runs = 0;
+        for (size_t changed = 1; changed < reader.input.size(); changed += 2) {
+            const Bytes &good = reader.input[changed];
+            const auto wordAt = [&](size_t place) { return valueAt(good.data(), static_cast<uint32_t>(place / 4)); };
+            for (size_t length = 0; length <= DB_MESSAGE_MAX_BYTES; ++length, ++runs) {
+                run(reader, changed, 0, wordAt(0), length);
+            }
+            // No count is above 100. What is changed matters to lengths behind it, and most to the next ones.
+            for (size_t place = 0; place < good.size(); place += 4) {
+                for (const uint32_t word : {0u, 1u, wordAt(place) + 1, ~0u}) {
+                    for (size_t length = place + 4; length <= DB_MESSAGE_MAX_BYTES && wordAt(place) < 100; ++runs) {
+                        run(reader, changed, place, word, length);
+                        length += length < place + 130 ? 3 : 97;
+                    }
+                }
+            }
+        }
+        printf("%-15s %zu messages, %7d runs\n", reader.pName, reader.input.size() / 2, runs);
+    }
+}
