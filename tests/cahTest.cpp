@@ -30,9 +30,8 @@ void noteFile(void *pCookie, const char *pDirName, const char *pFileName)
 // The effects since the last look, but for exchanges without a word and most log lines of requests and responses.
 std::string told()
 {
-    static const std::regex known(
-        "init.send.receive.destroy.|send.receive.|syslog 7: .processQueryResponse:[^E]*|DEBUG |"
-        "(Request: c|ResponseHeader: c)[^]*?(FILES: |session_id 0x0000000)|[0-9]+ usec");
+    const std::regex known("init.send.receive.destroy.|send.receive.|syslog 7: .processQueryResponse:[^E]*|DEBUG |"
+                           "(Request: c|ResponseHeader: c)[^]*?(FILES: |session_id 0x0000000)|[0-9]+ usec");
     const std::string text = std::regex_replace(joined(), known, "$1$2");
     effects().clear();
     return text;

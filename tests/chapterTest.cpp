@@ -54,9 +54,9 @@ TEST_F(Chapters, WrongFilesAskedFor)
 TEST_F(Chapters, ObjectOfAChapterIsWrong)
 {
     constexpr uint32_t options = DB_LIST_OPTION_VIDEO_GROUPING | DB_LIST_OPTION_INCLUDE_GUMI;
-    const db_content_info clip = item(1, "MOXE0042.MP4", 7, DB_MEDIA_CLIPPED);
+    const db_content_info looped = item(1, "MOXE0042.MP4", 7, DB_MEDIA_CLIPPED);
     const std::vector<Bytes> entries = {
-        message(clip, gumiOf(0xAA), gumiOf(0xBB), groupInfo(42, 0, 1)),
+        message(looped, gumiOf(0xAA), gumiOf(0xBB), groupInfo(42, 0, 1)),
         message(item(2, "N"), gumiOf(0), groupInfo(1, 0, 1, 2), Bytes(4)), // every file is missing
         message(item(2, "N"), gumiOf(0), groupInfo(1, 2, 1)),              // there are no numbers
         message(item(4, "P"), gumiOf(0)),

@@ -94,7 +94,7 @@ TEST(HostileLadder, ReadBeyondMessage)
     };
     const Bytes done = message(head), histogram = message(head, Bytes(sizeof(db_upload_histogram), 1));
     for (uint8_t call = 0; const Bytes &answer : {content, more, oneVideo, oneGroup, gumi, name, done, histogram}) {
-        readers.push_back({"direct call", directCalls, {message(Bytes{call++, 5}, plain), answer}});
+        readers.push_back({"direct call", directCalls, {message(Bytes{call++, 9}, plain), answer}});
     }
     for (uint8_t call = 0; const Bytes &answer : {content, oneVideo, gumi, more, done}) {
         readers.push_back({"typed response", typedResponses, {message(call++, plain), answer}});
@@ -108,12 +108,12 @@ TEST(HostileLadder, ReadBeyondMessage)
             for (size_t length = 0; length <= DB_MESSAGE_MAX_BYTES; ++length, ++runs) {
                 run(reader, changed, 0, wordAt(0), length);
             }
-            // No count is above 100. What is changed matters to lengths behind it, and most to the next ones.
+            // No count is above 100; one of the wrong ones wraps when it is taken four times.
             for (size_t place = 0; place < good.size(); place += 4) {
-                for (const uint32_t word : {0u, 1u, wordAt(place) + 1, ~0u}) {
+                for (const uint32_t word : {0u, 1u, wordAt(place) + 1, 0x40000001u, ~0u}) {
                     for (size_t length = place + 4; length <= DB_MESSAGE_MAX_BYTES && wordAt(place) < 100; ++runs) {
                         run(reader, changed, place, word, length);
-                        length += length < place + 130 ? 3 : 97;
+                        length += length < place + 130 ? 3 : 197;
                     }
                 }
             }

@@ -42,21 +42,6 @@ void report()
     UTIL_ASSERT(line == 0);
 }
 
-/** The result, the identity, and what is said on standard error, with "@" for the card. */
-std::string identity(bool given = true)
-{
-    char id[CARD_ID_BYTES] = "";
-    int result = 1;
-    const int descriptor = nextDescriptor();
-    const std::string complaint = printedBy([&] {
-        FILE *pSaved = std::exchange(stderr, stdout);
-        result = getCardIDStr(given ? id : nullptr);
-        stderr = pSaved;
-    });
-    EXPECT_EQ(nextDescriptor(), descriptor);
-    return formatted("%d %s|", result, id) + std::regex_replace(complaint, std::regex("/[^ ]*/card.{6}/"), "@/");
-}
-
 } // namespace
 
 // Doubles of the system's calls.
@@ -215,34 +200,44 @@ TEST(DaemonInitDeathTest, StepLeftOut)
 
 TEST(CardIdentityDeathTest, FailureOrNumberDiffers)
 {
-    // What comes of a card that holds one file, then what stands in the identity file or at its folder's place.
-    const auto onCard = [](const std::string &below, const std::string &content, int zeros = 0, int first = 3) {
+    // A card with one file; what is said, the result, the identity, that of the next call; what stands on the card.
+    const auto expect = [](const std::string &below, const std::string &content, const std::string &words,
+                           const std::string &held, int zeros = 0, int first = 3) {
         const TemporaryCard card;
         card.write(below, content);
-        zerosInFront = zeros;
-        number = first;
-        const std::string told = identity();
-        number = 1000;
-        EXPECT_TRUE(told.starts_with("-1") || identity() == told) << "the identity changes";
-        return told + card.read(below == "MISC" ? below : "MISC/card");
+        const auto identify = [&] {
+            zerosInFront = zeros;
+            number = first;
+            char id[CARD_ID_BYTES] = "", again[CARD_ID_BYTES] = "";
+            const int descriptor = nextDescriptor(), result = getCardIDStr(id);
+            EXPECT_EQ(nextDescriptor(), descriptor);
+            number = 1000;
+            printf("%d %s %s", result, id, result == 0 && getCardIDStr(again) == 0 ? again : "");
+        };
+        expectExit(identify, 0, std::regex_replace(words, std::regex("@"), card.path().string()));
+        EXPECT_EQ(card.read(below == "MISC" ? below : "MISC/card"), held);
     };
-    EXPECT_EQ(onCard("x", "") + onCard("MISC/card", ""), "0 8|80 8|8");
-    EXPECT_EQ(onCard("x", "", 0, 1), "0 0|0");
-    EXPECT_EQ(onCard("x", "", 9, INT32_MAX), "0 4611686014132420608|4611686014132420608");
-    EXPECT_EQ(onCard("x", "", 10), "-1 0|Failed to get random number\n");
-    EXPECT_EQ(onCard("MISC/card", "12\n34"), "0 12\n|12\n34");
-    EXPECT_EQ(onCard("MISC/card", std::string(40, '7')), "0 " + std::string(31, '7') + "|" + std::string(40, '7'));
-    EXPECT_EQ(onCard("MISC/card/x", ""), "-1 0|Failed to create file  @/MISC/card\n");
-    EXPECT_EQ(onCard("MISC", "mine"), "-1 0|Path:@/MISC/ exists and is a NOT folder\nmine");
-    EXPECT_EQ(identity(), "-1 0|Failed to create folder:/nonexistent/card/MISC/\n");
-    EXPECT_EQ(identity(false), "-1 |Cannot call with null pointer\n");
+    const std::string long40(40, '7'), long31(31, '7');
+    expect("x", "", "0 8 8", "8");
+    expect("x", "", "0 0 0", "0", 0, 1);
+    expect("x", "", "0 4611686014132420608 4611686014132420608", "4611686014132420608", 9, INT32_MAX);
+    expect("x", "", "Failed to get random number\n-1 0 ", "", 10);
+    expect("MISC/card", "", "0 8 8", "8");
+    expect("MISC/card", "12\n34", "0 12\n 12\n", "12\n34");
+    expect("MISC/card", long40, "0 " + long31 + " " + long31, long40);
+    expect("MISC/card/x", "", "Failed to create file  @MISC/card\n-1 0 ", "");
+    expect("MISC", "mine", "Path:@MISC/ exists and is a NOT folder\n-1 0 ", "mine");
+
+    char id[CARD_ID_BYTES] = "";
+    expectExit([] { exit(getCardIDStr(nullptr)); }, 255, "Cannot call with null pointer\n");
+    expectExit([&] { exit(getCardIDStr(id)); }, 255, "Failed to create folder:/nonexistent/card/MISC/\n");
     const TemporaryCard full;
-    const auto inFull = [] {
+    const auto identifyFull = [&] {
         const rlimit none = {0, 0};
         signal(SIGXFSZ, SIG_IGN);
         setrlimit(RLIMIT_FSIZE, &none);
-        number = 3;
-        exit(identity() != "-1 8|Failed to get write card_id to file\n");
+        const std::string said = printedBy([&] { getCardIDStr((stderr = stdout, id)); });
+        exit(said + id != "Failed to get write card_id to file\n8");
     };
-    expectExit(inFull, 0, "");
+    expectExit(identifyFull, 0, "");
 }
