@@ -175,7 +175,13 @@ class Documents(Camera):
     def test_lists_name_every_file_once(self):
         self.start()
         raw_photos = {"100MOXEL/MOXE0007.JPG"}
-        with_chapters = self.listed(self.document("pl", "99", "10", "0", "14"))
+        document = self.document("pl", "99", "10", "0", "14")
+        for block in document["media"]:
+            for entry in block["fs"]:
+                states = [(self.card / "DCIM" / block["d"] / name).stat() for name in self.members(entry)]
+                self.assertEqual((int(entry["s"]), int(entry["mod"])),
+                                 (sum(state.st_size for state in states), int(states[0].st_mtime)), entry)
+        with_chapters = self.listed(document)
         self.assertEqual(sorted(with_chapters), sorted(self.media_files() - raw_photos))
         listed = self.listed(self.document("list"))
         self.assertEqual(len(listed), len(set(listed)))
