@@ -64,7 +64,7 @@ TEST_F(CahWalk, ResultTakenForAnother)
     EXPECT_EQ(list(page(7, {p, p}), 8), "P|P|2 7 7") << "an index above the total";
     EXPECT_EQ(list(page(4, {message(item(-1, "A")), message(item(11, "B")), message(item(12, "C")), p})),
               "A|B|ERROR Invalid content type: 12\n|-1 7 4");
-    EXPECT_EQ(list(cut(page(1, {p}), 32)), cutShort + "1 0 0") << "cut in front of the total";
+    EXPECT_EQ(list(cut(message(listHeader(1, 0)), 35)), cutShort + "1 0 0") << "cut in front of the total";
     EXPECT_EQ(list(cut(page(4, {p}), 19)),
               "init|ERROR *pBytesRead=19 < sizeof db_response_header:20, failed, ret -3\n|destroy|-3 99 99");
     EXPECT_EQ(list(message(responseHeader(0, DB_STATUS_NOT_FOUND, 0))),

@@ -25,37 +25,39 @@ TEST_F(MediaList, EntryOfATypeIsWrongOrTheNextIsReadInTheWrongPlace)
     const std::string plain = "'hc':'0','wdr':'0','raw':'0','s':'3000'";
     const std::string burst = "'g':'7','b':'1','l':'3','t':'";
     const std::string b32(32, 'b');
-    // Entry, list options, keys: those that both lists begin with, those of the media list, of the paged list, the
-    // last.
-    const std::tuple<Bytes, int, std::string, std::string, std::string, std::string> cases[] = {
-        {message(x(0, 2, 0x20), videoRecord(message(7, -1), 4000000000, 3)), 0, "'ls':'4000000000',", "'cl':'3',", "",
-         "'zta':'0','ao':'stereo','mp':'0','dur':'2','hc':'2','hi':[7,-1],'s':'3000'"},
-        {message(x(3, 9, 0x44), videoRecord()), 0, "'ls':'-1',", "'cl':'0',", "",
+    // Entry, list options (4 GUMI, 8 more info), query options; keys: first, those of the media or paged list, last.
+    const std::tuple<Bytes, int, int, std::string, std::string, std::string, std::string> cases[] = {
+        {message(x(0, 2, 0x20), videoRecord(message(7, -1), 4000000000, 3)), 0, 0x100, "'ls':'4000000000',",
+         "'cl':'3',", "", "'zta':'0','ao':'stereo','mp':'0','dur':'2','hc':'2','hi':[7,-1],'s':'3000'"},
+        {message(x(3, 9, 0x44), videoRecord()), 0, 0x100, "'ls':'-1',", "'cl':'0',", "",
          "'zta':'1','ao':'wind','mp':'0','dur':'2','hc':'9','hi':[],'s':'3000'"},
-        {message(x(1, 0, 0x801), gumiOf(0), gumiOf(0xBB), videoRecord(message(1))), 4,
+        {message(x(1, 0, 0x801), gumiOf(0), gumiOf(0xBB), videoRecord(message(1))), 4, 0x100,
          "'DNE':'1','pgumi':'" + b32 + "','ls':'-1',", "'cl':'0',", "",
          "'zta':'0','ao':'off','mp':'1','dur':'2','hc':'0','hi':[1],'s':'3000'"},
-        {message(x(9, 1, DB_MEDIA_HAS_WDR)), 0, "'hc':'1','wdr':'1','raw':'0','s':'3000'", "", "", ""},
-        {message(x(4, 0, DB_MEDIA_HAS_RAW)), 0, "'hc':'0','wdr':'0','raw':'1','s':'3000'", "", "", ""},
-        {message(x(7, 2)), 0, "'hc':'2','s':'3000'", "", "", ""},
-        {message(x(-1), gumiOf(0xBB), db_more_info{}), 12, "'gumi':'" + b32 + "','s':'3000'", "", "", ""},
-        {message(x(4), gumiOf(0xFF), db_more_info{}), 12, "'DNE':'1'," + plain, "", "", ""},
-        {message(x(4), uint8_t{0}, counted(15)), 4, "'gumi':'000102030405060708090a0b0c0d0e0f'," + plain, "", "", ""},
-        {message(x(5), groupInfo(7, 1, 3)), 0, burst + "b','m':[]", "", ",'ghc':'0','ghi':[]", ",'s':'4000'"},
-        {message(x(6, 2), groupInfo(8, 1, 40, 1), masks40), 0, "'g':'8','b':'1','l':'40','t':'t','m':['40'],'ghc':",
-         "{'3':'1','5':'1'}", "'2','ghi':['3','5']", ",'s':'4000'"},
-        {message(x(8, 9), groupInfo(7, 1, 3, 9), Bytes{0x40, 0, 0, 0, 0xC0, 0, 0, 0}), 0,
+        {message(x(9, 1, DB_MEDIA_HAS_WDR)), 0, 0x200, "'hc':'1','wdr':'1','raw':'0','s':'3000'", "", "", ""},
+        {message(x(4, 0, DB_MEDIA_HAS_RAW)), 0, 0x200, "'hc':'0','wdr':'0','raw':'1','s':'3000'", "", "", ""},
+        {message(x(7, 2)), 0, 0x400, "'hc':'2','s':'3000'", "", "", ""},
+        {message(x(-1), gumiOf(0xBB), db_more_info{}), 12, 0, "'gumi':'" + b32 + "','s':'3000'", "", "", ""},
+        {message(x(4), gumiOf(0xFF), db_more_info{}), 12, 0x200, "'DNE':'1'," + plain, "", "", ""},
+        {message(x(4), uint8_t{0}, counted(15)), 4, 0, "'gumi':'000102030405060708090a0b0c0d0e0f'," + plain, "", "",
+         ""},
+        {message(x(5), groupInfo(7, 1, 3)), 0, 0x200, burst + "b','m':[]", "", ",'ghc':'0','ghi':[]", ",'s':'4000'"},
+        {message(x(6, 2), groupInfo(8, 1, 40, 1), masks40), 0, 0x200,
+         "'g':'8','b':'1','l':'40','t':'t','m':['40'],'ghc':", "{'3':'1','5':'1'}", "'2','ghi':['3','5']",
+         ",'s':'4000'"},
+        {message(x(8, 9), groupInfo(7, 1, 3, 9), Bytes{0x40, 0, 0, 0, 0xC0, 0, 0, 0}), 0, 0x200,
          burst + "n','m':['1','3'],'ghc':", "{'3':'1'}", "'9','ghi':['3']", ",'s':'4000'"},
-        {message(x(10, 9), groupInfo(7, UINT32_MAX - 2, UINT32_MAX, 2), Bytes(8)), 0,
+        {message(x(10, 9), groupInfo(7, UINT32_MAX - 2, UINT32_MAX, 2), Bytes(8)), 0, 0x200,
          "'g':'7','b':'-3','l':'-1','t':'c','m':['-3','-2'],'ghc':", "{'-3':'1','-2':'1','-1':'1'}",
          "'9','ghi':['-3','-2','-1']", ",'s':'4000'"},
     };
-    for (const auto &[entry, options, begin, media, paged, end] : cases) {
+    for (const auto &[entry, options, bits, begin, media, paged, end] : cases) {
         for (const bool isPaged : {false, true}) {
             ScriptedTransport transport;
-            transport.answer(listRequest(10, 0, isPaged ? options : 0, 0), page(2, {entry, entry}, options));
+            transport.answer(listRequest(10, 0, isPaged ? options : 0, isPaged ? bits : 0),
+                             page(2, {entry, entry}, options));
             const std::string text =
-                isPaged ? answer(dbGetPagedList, 1, 10, 0, options, 0) : answer(generateMediaList, "all");
+                isPaged ? answer(dbGetPagedList, 1, 10, 0, options, bits) : answer(generateMediaList, "all");
             const std::string one = entryOf("X", begin + (isPaged ? paged : media) + end);
             EXPECT_EQ(text, answerOf(200, blockOf(one + "," + one)));
         }
@@ -81,7 +83,9 @@ TEST_F(MediaList, QueryLeavesAStrayTextBlockOrComma)
                                blockOf("{'hc':'0','hi':[]}", "4") + "," + blockOf("{'hc':'0'}", "");
     const std::tuple<const char *, uint32_t, Bytes, std::string> cases[] = {
         {"fields=cre,s", 0, two, blockOf("{'cre':'1000','s':'5000000000'},{'cre':'1000','s':'4000'}")},
-        {"fields=us,tr", 0, two, blockOf("{'us':'3','tr':'1'},{'us':'0','tr':'0'}")},
+        {"fields=tr,cl,ao,dur", 0, two, blockOf("{'tr':'1','cl':'0','ao':'off','dur':'2'},{'tr':'0'}")},
+        {"fields=mod,us,ls,zta,mp", 0, two,
+         blockOf("{'mod':'2000','us':'3','ls':'-1','zta':'0','mp':'0'},{'mod':'2000','us':'0'}")},
         {"fields=hi", 0, two, blockOf("{'hc':'1','hi':[5]}")},
         {"fields=m", 0, two, blockOf("{" + groupKeys)},
         {"fields=m,n", 0, two, blockOf("{'n':'MOXE0001.MP4'},{'n':'G'," + groupKeys)},

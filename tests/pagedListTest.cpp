@@ -46,7 +46,7 @@ TEST_F(PagedList, WrongPagesAskedForOrItemsListed)
         int index = start;
         for (const int count : pages) {
             transport.answer(listRequest(itemsPerPage, index, paged, 0),
-                             page(total, std::vector<Bytes>(count, photo("A"))));
+                             page(total, std::vector<Bytes>(static_cast<size_t>(count), photo("A"))));
             index += std::min(count, itemsPerPage);
         }
         const std::string text =

@@ -210,9 +210,9 @@ TEST(CardIdentityDeathTest, FailureOrNumberDiffers)
             number = first;
             char id[CARD_ID_BYTES] = "", again[CARD_ID_BYTES] = "";
             const int descriptor = nextDescriptor(), result = getCardIDStr(id);
-            EXPECT_EQ(nextDescriptor(), descriptor);
+            printf("%s%d %s ", nextDescriptor() == descriptor ? "" : "left open: ", result, id);
             number = 1000;
-            printf("%d %s %s", result, id, result == 0 && getCardIDStr(again) == 0 ? again : "");
+            printf("%s", result == 0 && getCardIDStr(again) == 0 ? again : "");
         };
         expectExit(identify, 0, std::regex_replace(words, std::regex("@"), card.path().string()));
         EXPECT_EQ(card.read(below == "MISC" ? below : "MISC/card"), held);

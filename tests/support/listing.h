@@ -47,9 +47,10 @@ inline Bytes responseOf(const Bytes &header, const std::vector<Bytes> &records)
     return std::accumulate(records.begin(), records.end(), header, [](Bytes a, const Bytes &b) { return a << b; });
 }
 
-inline Bytes page(uint32_t total, const std::vector<Bytes> &entries, uint32_t listOptions = 0)
+inline Bytes page(uint32_t total, const std::vector<Bytes> &entries, int64_t listOptions = 0)
 {
-    return responseOf(message(listHeader(static_cast<uint32_t>(entries.size()), total, listOptions)), entries);
+    const auto count = static_cast<uint32_t>(entries.size());
+    return responseOf(message(listHeader(count, total, static_cast<uint32_t>(listOptions))), entries);
 }
 
 inline Bytes chapters(const std::vector<Bytes> &records, uint32_t status = DB_STATUS_OK)

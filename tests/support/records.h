@@ -25,10 +25,12 @@ inline Bytes fileRequest(uint32_t command, const db_file_spec &spec = fileSpec()
     return message(db_request_header{command, 1, 0}, spec);
 }
 
-/** Request for one page of a list. */
-inline Bytes listRequest(uint32_t count, uint32_t start, uint32_t listOptions, uint32_t queryOptions)
+/** Request for one page of a list, with each number cut to the 32 bits of its field. */
+inline Bytes listRequest(int64_t count, int64_t start, int64_t listOptions, int64_t queryOptions)
 {
-    return message(db_list_request{{DB_COMMAND_LIST, count, 0}, start, listOptions, queryOptions});
+    const auto cut32 = [](int64_t number) { return static_cast<uint32_t>(number); };
+    return message(
+        db_list_request{{DB_COMMAND_LIST, cut32(count), 0}, cut32(start), cut32(listOptions), cut32(queryOptions)});
 }
 
 inline db_response_header responseHeader(uint32_t command, uint32_t status = DB_STATUS_OK, uint32_t count = 1)
