@@ -111,7 +111,7 @@ int mxIpcSend(mxIpcHandle *, const void *pMessage, int length)
     memcpy(&request, pMessage, sizeof request);
     const size_t files = (static_cast<size_t>(length) - sizeof request) / sizeof(db_file_spec);
     REQUIRE(request.command_type != DB_COMMAND_VIDEO_SPECIFIC_INFO || (files == request.request_count && files > 0));
-    g_logLevel = ++pFar->exchanges > loggedExchanges ? UTIL_LOG_LEVEL_OFF : g_logLevel;
+    g_logLevel = ++pFar->exchanges > loggedExchanges ? uint32_t{UTIL_LOG_LEVEL_OFF} : g_logLevel;
     pFar->answer = pFar->input.frame();
     pFar->awaitingReceive = (pFar->answer.flags & SEND_FAILS) == 0;
     return pFar->awaitingReceive ? 0 : FAILED_SEND;
