@@ -3,14 +3,16 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
 std::vector<ConsistencyItem> gItems;
 uint32_t gIdx = 0;
 uint32_t histogram[UPLOAD_STATUS_HISTOGRAM_SIZE];
-std::map<std::string, int32_t> gFileMap;
+std::map<std::string, int32_t, std::less<>> gFileMap;
 
 namespace
 {
@@ -31,6 +33,11 @@ void requireUploadStatus(const cah_item_s *cahItem)
     }
 }
 
+const char *textOf(const char *pName)
+{
+    return pName == nullptr ? "" : pName;
+}
+
 // All of an item but its names.
 auto valuesOf(const cah_item_s &item)
 {
@@ -45,8 +52,8 @@ bool isItemUnderTest(const cah_item_s *cahItem)
         return false;
     }
     const ConsistencyItem &known = gItems[gIdx];
-    return valuesOf(known.desc) == valuesOf(*cahItem) && known.dirName == cahItem->dir_name &&
-           known.fileName == cahItem->file_name;
+    return valuesOf(known.desc) == valuesOf(*cahItem) && known.dirName == textOf(cahItem->dir_name) &&
+           known.fileName == textOf(cahItem->file_name);
 }
 
 void requireItemUnderTest(const cah_item_s *cahItem, uint32_t reportedIndex)
@@ -57,14 +64,41 @@ void requireItemUnderTest(const cah_item_s *cahItem, uint32_t reportedIndex)
     }
 }
 
-std::string pathOf(const char *pDirName, const char *pFileName)
+// The path of a file. Each file comes three times, too often for a place on the heap.
+class FilePath
 {
-    return std::string(pDirName) + "/" + pFileName;
-}
+  public:
+    FilePath(const char *pDirName, const char *pFileName)
+    {
+        add(pDirName);
+        add("/");
+        add(pFileName);
+    }
+    std::string_view view() const
+    {
+        return {text_, length_};
+    }
+    const char *text() const
+    {
+        return text_;
+    }
+
+  private:
+    void add(const char *pPart)
+    {
+        const size_t length = strnlen(pPart, sizeof text_ - 1 - length_);
+        memcpy(text_ + length_, pPart, length);
+        length_ += length;
+        text_[length_] = '\0';
+    }
+
+    char text_[64]; // names have 8 and 12 characters
+    size_t length_ = 0;
+};
 
 // Files come in the order in which they are known, some of them perhaps missing. So the search goes on where the last
 // one ended, round the list: all the files of an item together take no more steps than it has files.
-bool takeFile(ConsistencyItem *pItem, const std::string &path)
+bool takeFile(ConsistencyItem *pItem, std::string_view path)
 {
     const auto begin = pItem->files.begin();
     const auto end = pItem->files.end();
@@ -82,14 +116,14 @@ bool takeFile(ConsistencyItem *pItem, const std::string &path)
 
 void countFile(uint32_t position, const char *pDirName, const char *pFileName)
 {
-    const std::string path = pathOf(pDirName, pFileName);
-    if (position >= gItems.size() || !takeFile(&gItems[position], path)) {
+    const FilePath path(pDirName, pFileName);
+    if (position >= gItems.size() || !takeFile(&gItems[position], path.view())) {
         fail("find(files.begin(), files.end(), path.str()) != files.end()", "Missing file %s for item %d.\n\033[0m",
-             path.c_str(), position);
+             path.text(), position);
     }
-    const auto it = gFileMap.find(path);
+    const auto it = gFileMap.find(path.view());
     if (it == gFileMap.end()) {
-        fail("it != gFileMap.end()", "Missing file %s in global file map.\n\033[0m", path.c_str());
+        fail("it != gFileMap.end()", "Missing file %s in global file map.\n\033[0m", path.text());
     }
     ++it->second;
 }
@@ -118,8 +152,8 @@ void addItem(void *context, cah_item_s *cahItem)
     item.desc.parent_gumi = nullptr;
     item.desc.dir_name = nullptr;
     item.desc.file_name = nullptr;
-    item.dirName = cahItem->dir_name;
-    item.fileName = cahItem->file_name;
+    item.dirName = textOf(cahItem->dir_name);
+    item.fileName = textOf(cahItem->file_name);
     gItems.push_back(std::move(item));
 }
 
@@ -143,14 +177,17 @@ void verifyItem(void *context, cah_item_s *cahItem)
 void addFile(void *context, const char *pDirName, const char *pFileName)
 {
     requireNoContext(context);
-    const std::string path = pathOf(pDirName, pFileName);
+    const FilePath path(pDirName, pFileName);
     if (gItems.empty()) {
-        fail("!gItems.empty()", "File %s belongs to no item.\n\033[0m", path.c_str());
+        fail("!gItems.empty()", "File %s belongs to no item.\n\033[0m", path.text());
     }
     ConsistencyItem &item = gItems.back();
-    item.files.push_back(path);
-    if (!gFileMap.emplace(path, 0).second) {
-        fail("i == gFileMap.end()", "Duplicate file entry found in item %d: %s\n\033[0m", item.index, path.c_str());
+    item.files.emplace_back(path.view());
+    // Most files come in the order of the map.
+    const size_t known = gFileMap.size();
+    gFileMap.emplace_hint(gFileMap.end(), path.view(), 0);
+    if (gFileMap.size() == known) {
+        fail("i == gFileMap.end()", "Duplicate file entry found in item %d: %s\n\033[0m", item.index, path.text());
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -34,7 +35,7 @@ extern uint32_t gIdx;
 extern uint32_t histogram[UPLOAD_STATUS_HISTOGRAM_SIZE];
 
 /** Every file, as "100MOXEL/MOXE0001.MP4", with the number of passes since the first that have seen it. */
-extern std::map<std::string, int32_t> gFileMap;
+extern std::map<std::string, int32_t, std::less<>> gFileMap;
 
 /**
  * Prints a failed check and throws std::exception.

@@ -6,10 +6,8 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
-#include <iomanip>
 #include <iterator>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "catalogue.h"
@@ -205,10 +203,11 @@ std::string cardFilePath(const mxml_scan_entry &entry)
 {
     for (const scanFolderKind &kind : scanFolderKinds) {
         if (kind.type == entry.dir_type) {
-            std::ostringstream path;
-            path << std::setw(3) << std::setfill('0') << entry.dir_number << kind.pSuffix << "/"
-                 << std::string(entry.name, strnlen(entry.name, sizeof entry.name));
-            return path.str();
+            // No stream: its locales would be the largest part of the program.
+            char path[32];
+            snprintf(path, sizeof path, "%03d%s/%.*s", entry.dir_number, kind.pSuffix,
+                     static_cast<int>(sizeof entry.name), entry.name);
+            return path;
         }
     }
     fail("false", "Unhandled dir_type: '%c'\n\033[0m", entry.dir_type);

@@ -84,8 +84,8 @@ bool stopFoundNow()
     gettimeofday(&now, nullptr);
     const auto seconds = static_cast<int64_t>(now.tv_sec - lastStopCheck.tv_sec);
     const auto microseconds = static_cast<double>(now.tv_usec - lastStopCheck.tv_usec);
-    if (static_cast<int64_t>(static_cast<double>(seconds * 1000) + microseconds / 1000.0 + 0.5) <
-        stopCheckMilliseconds) {
+    const double rounded = static_cast<double>(seconds * 1000) + microseconds / 1000.0 + 0.5;
+    if (static_cast<int64_t>(rounded) < stopCheckMilliseconds) {
         return false;
     }
     lastStopCheck = now;
@@ -150,18 +150,14 @@ int readFolder(const char *pPath, int (*filter)(const dirent64 *), nameList *pLi
     return count;
 }
 
-void addFile(scanBlock *pBlock, const char *pFolderPath, const char *pFolderName, const char *pFileName)
+// Adds a file to the block, unless the block is full or the file is gone again.
+void addFile(scanBlock *pBlock, const mxml_scan_entry &folder, const char *pPath, const char *pFileName)
 {
-    char path[CARD_PATH_MAX];
     struct stat status = {};
-    const int length = snprintf(path, sizeof path, "%s/%s", pFolderPath, pFileName);
-    if (length < 0 || length >= CARD_PATH_MAX || stat(path, &status) != 0 || pBlock->count >= SCAN_MAX_ENTRIES) {
+    if (stat(pPath, &status) != 0 || pBlock->count >= SCAN_MAX_ENTRIES) {
         return;
     }
-    mxml_scan_entry entry = {};
-    entry.dir_number =
-        static_cast<uint16_t>((pFolderName[0] - '0') * 100 + (pFolderName[1] - '0') * 10 + (pFolderName[2] - '0'));
-    entry.dir_type = folderKindOf(pFolderName)->type;
+    mxml_scan_entry entry = folder;
     memcpy(entry.name, pFileName, SCAN_NAME_BYTES);
     entry.size = static_cast<uint32_t>(status.st_size);
     entry.mtime = static_cast<uint32_t>(status.st_mtime);
@@ -177,8 +173,20 @@ void addFolder(scanBlock *pBlock, const char *pRootPath, const char *pFolderName
     if (length < 0 || length >= CARD_PATH_MAX || readFolder(path, fileFilter, &files) <= 0) {
         return;
     }
+    const scanFolderKind *pKind = folderKindOf(pFolderName);
+    // From here on the path ends in a file's name, which always takes the same room.
+    char *const pFileName = path + length + 1;
+    if (pKind == nullptr || SCAN_NAME_BYTES > path + sizeof path - pFileName) {
+        return;
+    }
+    pFileName[-1] = '/';
+    mxml_scan_entry folder = {};
+    folder.dir_number =
+        static_cast<uint16_t>((pFolderName[0] - '0') * 100 + (pFolderName[1] - '0') * 10 + (pFolderName[2] - '0'));
+    folder.dir_type = pKind->type;
     for (int i = 0; i < files.count; ++i) {
-        addFile(pBlock, path, pFolderName, files.ppNames[i]->d_name);
+        memcpy(pFileName, files.ppNames[i]->d_name, SCAN_NAME_BYTES);
+        addFile(pBlock, folder, path, pFileName);
     }
 }
 

@@ -160,6 +160,7 @@ TEST(Texts, RowLostOrBlankWrong)
         names += formatted("%s ", mxErrnoToStr(code));
     }
     EXPECT_EQ(names, "MX_ERR_REMOTE_FILE_OPEN MX_ERR_DOWNLOAD_FAILED " + times(5, "UNKNOWN "));
+    EXPECT_EQ(mxModelToStr(0), nullptr);
     for (const char *pText : {" \tx ", "x", "\t\n x", "", "  ", static_cast<const char *>(nullptr)}) {
         texts += formatted("%s|", skipBlanks(pText));
     }

@@ -34,7 +34,7 @@ DB_STATIC_ASSERT(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 /** Name of the IPC channel at whose far end the database answers. */
 #define DB_CHANNEL_NAME "rtos_media_db"
 
-/** Token that the console and the checker give to their requests. Without meaning of its own; responses echo it. */
+/** Token of the console's and the checker's requests, but for setting an upload status. No meaning; it is echoed. */
 #define DB_CALLERS_TOKEN 0x600df00du
 
 enum {
@@ -267,7 +267,7 @@ DB_ASSERT_SIZE(db_video_specific_info, 24);
  * highlights; a clear bit is a member with a highlight. In a list only photo groups have a highlight mask.
  */
 struct db_group_content_info {
-    uint32_t group_number; /**< as in the names of the files; 0: to be taken from the name of the first file */
+    uint32_t group_number; /**< as in the names; 0: lists take that of chapters from the first file's name */
     uint32_t first_number; /**< first member */
     uint32_t last_number;  /**< last member, inclusive */
     uint32_t num_missing;  /**< members in between that do not exist */
@@ -463,9 +463,10 @@ typedef void (*cahFileCallback)(void *fileCookie, const char *pDirName, const ch
  * @param itemCookie,fileCookie first arguments of the callbacks
  * @param pSessionId must not be null: receives the session id, which changes with the catalogue
  * @param pTotal may be null: receives the number of items in the whole catalogue
- * @return items in this page. Or the number of items completed before the response was found cut short, which only an
- *         error report tells apart. Negative: the exchange failed, and `*pSessionId` and `*pTotal` are as they were; or
- *         the response is malformed, and they are set.
+ * @return items that the page brought, also those beyond the total, which are not walked. Or the number of items
+ *         completed before the response was found cut short, which only an error report tells apart. Negative: the
+ *         exchange failed, and `*pSessionId` and `*pTotal` are as they were; or the response is malformed, and they
+ *         are set.
  */
 int dbGetCAHList(uint32_t count, uint32_t startIndex, uint32_t token, cahItemCallback itemCallback, void *itemCookie,
                  cahFileCallback fileCallback, void *fileCookie, uint32_t *pSessionId, uint32_t *pTotal);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "cahQuery.h"
 #include "fieldFormatters.h"
@@ -17,6 +18,7 @@ namespace
 constexpr size_t fileTextBytes = DB_FILE_NAME_BYTES + 1;
 constexpr size_t gumiTextBytes = 2 * DB_GUMI_BYTES + 1;
 constexpr size_t formatBytes = 24;
+constexpr size_t expandedBytes = formatBytes + DECIMAL_DIGITS_BYTES + DECIMAL_DIGITS_BYTES;
 
 enum entryResult { ENTRY_COMPLETE, ENTRY_CUT_SHORT, ENTRY_MALFORMED };
 
@@ -94,20 +96,57 @@ void forEachMember(const cahEntry *pEntry, Visit visit)
     }
 }
 
-// A '%' from the database in place of the letter only makes "%%" of the text behind it.
+// A '%' from the database in place of the letter only makes "%%" of the text behind it; see expandFormat.
 void makeNameFormat(const cahEntry *pEntry, char (&format)[formatBytes])
 {
-    switch (pEntry->item.content_type) {
-    case DB_CONTENT_TYPE_CHAPTERED_VIDEO:
-        snprintf(format, sizeof format, "MX%%02d%%04d.MP4");
-        break;
-    case DB_CONTENT_TYPE_LOOPED_VIDEO:
-        snprintf(format, sizeof format, "%c%%03d%%04d.MP4", pEntry->fileName[0]);
-        break;
-    default:
-        snprintf(format, sizeof format, "%c%%03d%%04d.JPG", pEntry->fileName[0]);
-        break;
+    const int32_t type = pEntry->item.content_type;
+    const char *pBehindLetter = type == DB_CONTENT_TYPE_LOOPED_VIDEO ? "%03d%04d.MP4" : "%03d%04d.JPG";
+    if (type == DB_CONTENT_TYPE_CHAPTERED_VIDEO) {
+        strcpy(format, "MX%02d%04d.MP4");
+    } else {
+        format[0] = pEntry->fileName[0];
+        strcpy(format + 1, pBehindLetter);
     }
+}
+
+// Writes a number as printf does it for "%0", the width, and "d". @return the end of the text
+char *writePadded(char *pAt, int width, int number)
+{
+    char digits[DECIMAL_DIGITS_BYTES];
+    const auto bits = static_cast<uint32_t>(number);
+    decimalDigits(digits, number < 0 ? 0 - bits : bits);
+    if (number < 0) {
+        *pAt++ = '-';
+        --width;
+    }
+    for (int length = static_cast<int>(strlen(digits)); length < width; ++length) {
+        *pAt++ = '0';
+    }
+    return stpcpy(pAt, digits);
+}
+
+// A name from a format of makeNameFormat, as snprintf would make it but several times as fast: with the members of all
+// groups there are more names than anything else.
+void expandFormat(char (&name)[fileTextBytes], const char *pFormat, int first, int second)
+{
+    char text[expandedBytes];
+    char *pAt = text;
+    int number = first;
+    for (; *pFormat != '\0'; ++pFormat) {
+        if (*pFormat != '%') {
+            *pAt++ = *pFormat;
+        } else if (*++pFormat == '%') {
+            *pAt++ = '%';
+        } else {
+            pAt = writePadded(pAt, pFormat[1] - '0', number);
+            number = second;
+            pFormat += 2;
+        }
+    }
+    *pAt = '\0';
+    const size_t length = std::min(static_cast<size_t>(pAt - text), fileTextBytes - 1);
+    memcpy(name, text, length);
+    name[length] = '\0';
 }
 
 // The first chapter, number 0, has a name of another form: `name` then keeps the item's own.
@@ -116,9 +155,9 @@ void makeMemberName(const cahEntry *pEntry, const char *pFormat, uint32_t number
     const int group = static_cast<int>(pEntry->pGroup->group_number);
     const int member = static_cast<int>(number);
     if (pEntry->item.content_type != DB_CONTENT_TYPE_CHAPTERED_VIDEO) {
-        snprintf(name, sizeof name, pFormat, group, member);
+        expandFormat(name, pFormat, group, member);
     } else if (number != 0) {
-        snprintf(name, sizeof name, pFormat, member, group);
+        expandFormat(name, pFormat, member, group);
     }
 }
 

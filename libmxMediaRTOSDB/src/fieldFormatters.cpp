@@ -1,6 +1,7 @@
 #include "fieldFormatters.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "fieldTable.h"
 #include "utilLog.h"
@@ -130,6 +131,12 @@ const char *gumiDigits(char (&digits)[GUMI_DIGITS_BYTES], const uint8_t *pGUMI)
         *pDigit++ = hexadecimal[pGUMI[i] & 0xF];
     }
     *pDigit = '\0';
+    return digits;
+}
+
+const char *decimalDigits(char (&digits)[DECIMAL_DIGITS_BYTES], uint64_t value)
+{
+    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
     return digits;
 }
 

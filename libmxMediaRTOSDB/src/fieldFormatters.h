@@ -56,6 +56,12 @@ enum { GUMI_DIGITS_BYTES = 2 * DB_GUMI_BYTES + 1 };
 /** Writes a GUMI as 32 lower-case hexadecimal digits, first byte first. @return `digits` */
 const char *gumiDigits(char (&digits)[GUMI_DIGITS_BYTES], const uint8_t *pGUMI);
 
+/** Room for the digits of any number and a zero. */
+enum { DECIMAL_DIGITS_BYTES = 21 };
+
+/** Writes a number in decimal. @return `digits` */
+const char *decimalDigits(char (&digits)[DECIMAL_DIGITS_BYTES], uint64_t value);
+
 /** The word of the key "ao": "auto" outranks "wind", "wind" outranks "stereo", and "off" stands for none. */
 const char *audioOptionWord(uint32_t mediaProperties);
 

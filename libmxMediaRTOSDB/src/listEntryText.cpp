@@ -17,6 +17,11 @@ struct objectText {
     boundedWrite((pObject)->pEntryText->pOutput, (pObject)->pEntryText->buffer, (pObject)->pEntryText->pStatus,        \
                  MX_SOURCE_NAME, __LINE__, format __VA_OPT__(, ) __VA_ARGS__)
 
+// The same for a text that needs no formatting, of pieces one behind the other.
+#define WRITE_TEXT(pObject, ...)                                                                                       \
+    boundedText((pObject)->pEntryText->pOutput, (pObject)->pEntryText->buffer, (pObject)->pEntryText->pStatus,         \
+                MX_SOURCE_NAME, __LINE__, {__VA_ARGS__})
+
 objectText openObject(listEntryText *pText)
 {
     return {pText, pText->objectStands ? ",{" : "{", false};
@@ -25,7 +30,7 @@ objectText openObject(listEntryText *pText)
 void closeObject(objectText *pObject)
 {
     if (pObject->keyStands) {
-        WRITE(pObject, "}");
+        WRITE_TEXT(pObject, "}");
         pObject->pEntryText->objectStands = true;
     }
 }
@@ -44,18 +49,17 @@ const char *prepend(objectText *pObject)
     return pPrepend;
 }
 
-void writeNumber(objectText *pObject, uint32_t field, const char *pKey, uint32_t value)
-{
-    if (allows(pObject, field)) {
-        WRITE(pObject, "%s\"%s\":\"%u\"", prepend(pObject), pKey, value);
-    }
-}
-
 void writeWord(objectText *pObject, uint32_t field, const char *pKey, const char *pWord)
 {
     if (allows(pObject, field)) {
-        WRITE(pObject, "%s\"%s\":\"%s\"", prepend(pObject), pKey, pWord);
+        WRITE_TEXT(pObject, prepend(pObject), "\"", pKey, "\":\"", pWord, "\"");
     }
+}
+
+void writeNumber(objectText *pObject, uint32_t field, const char *pKey, uint64_t value)
+{
+    char digits[DECIMAL_DIGITS_BYTES];
+    writeWord(pObject, field, pKey, decimalDigits(digits, value));
 }
 
 void writeGumi(objectText *pObject, uint32_t field, const char *pKey, const uint8_t *pGumi)
@@ -66,9 +70,7 @@ void writeGumi(objectText *pObject, uint32_t field, const char *pKey, const uint
 
 void writeSize(objectText *pObject, uint64_t size)
 {
-    if (allows(pObject, FIELD_S)) {
-        WRITE(pObject, "%s\"s\":\"%llu\"", prepend(pObject), static_cast<unsigned long long>(size));
-    }
+    writeNumber(pObject, FIELD_S, "s", size);
 }
 
 void writeFileKeys(objectText *pObject, const db_content_info *pInfo)
@@ -116,12 +118,12 @@ void writeAudioToHighlights(objectText *pObject, const videoFile *pRecord)
     writeNumber(pObject, FIELD_DUR, "dur", roundedSeconds(pRecord->pVideo->duration));
     writeNumber(pObject, FIELD_HC, "hc", pRecord->pInfo->highlight_count);
     if (allows(pObject, FIELD_HI)) {
-        WRITE(pObject, "%s\"hi\":[", prepend(pObject));
+        WRITE_TEXT(pObject, prepend(pObject), "\"hi\":[");
         const uint32_t count = pRecord->pVideo->highlight_count;
         for (uint32_t i = 0; i < count; ++i) {
             WRITE(pObject, "%s%d", i == 0 ? "" : ",", valueAt(pRecord->pHighlights, i));
         }
-        WRITE(pObject, "]");
+        WRITE_TEXT(pObject, "]");
     }
 }
 
@@ -147,11 +149,11 @@ void writeMemberHighlights(objectText *pObject, const listEntry *pEntry)
         WRITE(pObject, ",\"ghc\":\"%d\"", count);
         WRITE(pObject, ",\"ghi\":[");
         writeMembers(pObject, members, "");
-        WRITE(pObject, "]");
+        WRITE_TEXT(pObject, "]");
     } else if (count != 0) {
         WRITE(pObject, ",\"ghc\":{");
         writeMembers(pObject, members, ":\"1\"");
-        WRITE(pObject, "}");
+        WRITE_TEXT(pObject, "}");
     }
 }
 
@@ -165,7 +167,7 @@ void writeGroupKeys(objectText *pObject, const listEntry *pEntry)
           pGroup->first_number, pGroup->last_number);
     WRITE(pObject, ",\"t\":\"%c\",\"m\":[", pEntry->groupLetter);
     writeMembers(pObject, markedMembers(pGroup, pEntry->pMissing, pGroup->num_missing), "");
-    WRITE(pObject, "]");
+    WRITE_TEXT(pObject, "]");
     writeMemberHighlights(pObject, pEntry);
 }
 

@@ -11,6 +11,8 @@
 namespace
 {
 
+constexpr size_t shortTextBytes = 512;
+
 struct bufferView {
     char *pStart;
     char **ppPos;
@@ -40,6 +42,24 @@ void refuse(const bufferView &view, size_t total, const char *pFile, int line)
     UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "%d > %d, %s buff exceeded, %s:%d\n", static_cast<int>(total),
              static_cast<int>(view.limit), view.pLogName, pFile, line);
     *view.ppPos = view.pStart;
+}
+
+// The text now in a buffer, from its start. No zero stands in front of the write position; behind it there is old text
+// when the position has gone back, and that counts until it is ended.
+size_t lengthOf(const bufferView &view)
+{
+    return static_cast<size_t>(*view.ppPos - view.pStart) + strlen(*view.ppPos);
+}
+
+bool requireRoom(const bufferView &view, size_t wanted, int *pStatus, const char *pFile, int line)
+{
+    const size_t total = lengthOf(view) + wanted;
+    if (total > view.limit) {
+        refuse(view, total, pFile, line);
+        *pStatus = HTTP_INTERNAL_SERVER_ERROR;
+        return false;
+    }
+    return true;
 }
 
 char *allocateText(size_t limit)
@@ -92,29 +112,47 @@ void mxMediaDBOutputDtor(mxMediaDBOutput *pMXM)
 void boundedWrite(mxMediaDBOutput *pMXMOut, outputBuffer buffer, int *pStatus, const char *pFile, int line,
                   const char *format, ...)
 {
+    // Nearly every text is short, and then formatted only once.
+    char shortText[shortTextBytes];
     va_list arguments;
     va_start(arguments, format);
-    const int length = vsnprintf(nullptr, 0, format, arguments);
+    const int length = vsnprintf(shortText, sizeof shortText, format, arguments);
     va_end(arguments);
 
     const bufferView view = viewOf(pMXMOut, buffer);
     const size_t wanted = length < 0 ? view.limit + 1 : static_cast<size_t>(length);
-    // From the start, not from the write position: that may have gone back, and the old text counts until it is ended.
-    const size_t total = strlen(view.pStart) + wanted;
-    if (total > view.limit) {
-        refuse(view, total, pFile, line);
-        *pStatus = HTTP_INTERNAL_SERVER_ERROR;
+    if (!requireRoom(view, wanted, pStatus, pFile, line)) {
         return;
     }
-    va_start(arguments, format);
-    vsnprintf(*view.ppPos, wanted + 1, format, arguments);
-    va_end(arguments);
+    if (wanted < sizeof shortText) {
+        memcpy(*view.ppPos, shortText, wanted + 1);
+    } else {
+        va_start(arguments, format);
+        vsnprintf(*view.ppPos, wanted + 1, format, arguments);
+        va_end(arguments);
+    }
     *view.ppPos += wanted;
+}
+
+void boundedText(mxMediaDBOutput *pMXMOut, outputBuffer buffer, int *pStatus, const char *pFile, int line,
+                 std::initializer_list<const char *> pieces)
+{
+    const bufferView view = viewOf(pMXMOut, buffer);
+    size_t wanted = 0;
+    for (const char *pPiece : pieces) {
+        wanted += strlen(pPiece);
+    }
+    if (!requireRoom(view, wanted, pStatus, pFile, line)) {
+        return;
+    }
+    for (const char *pPiece : pieces) {
+        *view.ppPos = stpcpy(*view.ppPos, pPiece);
+    }
 }
 
 void flushEntry(mxMediaDBOutput *pMXMOut, int *pStatus)
 {
-    appendDirectory(pMXMOut, pStatus, "%s", pMXMOut->localEntryBuffer);
+    boundedText(pMXMOut, OUTPUT_BUFFER_DIRECTORY, pStatus, MX_SOURCE_NAME, __LINE__, {pMXMOut->localEntryBuffer});
     discardEntry(pMXMOut);
 }
 
@@ -126,7 +164,7 @@ void discardEntry(mxMediaDBOutput *pMXMOut)
 
 void flushDirectory(mxMediaDBOutput *pMXMOut, int *pStatus)
 {
-    appendLocal(pMXMOut, pStatus, "%s", pMXMOut->localDirectoryBuffer);
+    boundedText(pMXMOut, OUTPUT_BUFFER_LOCAL, pStatus, MX_SOURCE_NAME, __LINE__, {pMXMOut->localDirectoryBuffer});
     pMXMOut->localDirectoryPos = pMXMOut->localDirectoryBuffer;
 }
 

@@ -6,6 +6,8 @@
 #ifndef MX_MEDIA_DB_OUTPUT_H
 #define MX_MEDIA_DB_OUTPUT_H
 
+#include <initializer_list>
+
 #include "utilLog.h"
 
 /** Limits of the buffers in characters; the storage has one byte more, for the terminating zero. */
@@ -54,6 +56,14 @@ enum outputBuffer { OUTPUT_BUFFER_ENTRY, OUTPUT_BUFFER_DIRECTORY, OUTPUT_BUFFER_
  */
 void boundedWrite(mxMediaDBOutput *pMXMOut, outputBuffer buffer, int *pStatus, const char *pFile, int line,
                   const char *format, ...) __attribute__((format(printf, 6, 7)));
+
+/**
+ * The bounded write of a text that needs no formatting: of its pieces, one behind the other. It fits as a whole or not
+ * at all.
+ * @param pieces texts that end in a zero
+ */
+void boundedText(mxMediaDBOutput *pMXMOut, outputBuffer buffer, int *pStatus, const char *pFile, int line,
+                 std::initializer_list<const char *> pieces);
 
 /** Bounded write into `localEntryBuffer`: output object, status by pointer, format and its arguments. */
 #define appendEntry(pMXMOut, pStatus, format, ...)                                                                     \
