@@ -15,6 +15,9 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 # LD_LIBRARY_PATH outranks the build's own path, so that another transport can be put in place without a rebuild.
 add_link_options(-Wl,--enable-new-dtags)
 
+# For the library and what it stands on: no C++ runtime is needed. A callback's exceptions still pass through.
+set(MX_WITHOUT_RUNTIME $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> -funwind-tables)
+
 if(MX_WERROR)
     add_compile_options(-Werror)
 endif()

@@ -1,0 +1,129 @@
+"""The installed tree and the Debian package as users meet them. Arguments: a folder to work in, then unittest's."""
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOURCE, WORK = pathlib.Path(__file__).resolve().parent.parent, pathlib.Path(sys.argv.pop(1))
+BUILD, TREE, ROOT, CARD = WORK / "build", WORK / "moved/usr", WORK / "root", WORK / "card"
+EXAMPLES = SOURCE / "docs/examples"
+CONSOLE, SIMULATOR = TREE / "bin/mxMediaRTOSDBTestApp", TREE / "bin/rtosMediaDBSim"
+CALLS = set(re.findall(r"^int (\w+)\(", (SOURCE / "libmxMediaRTOSDB/include/mxMediaRTOSDB.h").read_text(), re.M))
+CHANNEL = tempfile.TemporaryDirectory()  # the path of a socket is short
+ENVIRONMENT = dict(os.environ, MXIPC_DIR=CHANNEL.name, PATH=f"{WORK}/tools:{os.environ['PATH']}:/usr/sbin:/sbin")
+PROGRAMS = {"contentInfo": ("cc", ["100MOXEL", "MOXE0001.MP4"], "type 0, 4096 bytes, 3 highlights\n"),
+            "walkCatalogue": ("c++", [], "\n100MOXEL/MOXE0003.MP4 10255 bytes, 4 files\n")}
+FLAGS = {suffix: f"$(pkg-config --cflags {name}) {flags} {name}) -Wl,-rpath,$(pkg-config --variable={folder} {name})"
+         for name in ["mxMediaRTOSDB"]
+         for suffix, flags, folder in (("", "$(pkg-config --libs", "libdir"),
+                                       ("Static", "-Wl,-Bstatic $(pkg-config --static --libs", "standins"))}
+LARGEST = 256 * 1024  # bytes of program and library together, stripped
+
+
+def run(*words, cwd=WORK):
+    done = subprocess.run([str(word) for word in words], text=True, capture_output=True, env=ENVIRONMENT, cwd=cwd)
+    assert done.returncode == 0, f"{words}: status {done.returncode}\n{done.stdout}{done.stderr}"
+    return done.stdout + done.stderr
+
+
+def dynamic(path, what):
+    return set(re.findall(rf"\({what}\).*\[(.*)\]", run("readelf", "-d", path)))
+
+
+class Installed(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        WORK.mkdir(exist_ok=True)
+        for folder in ("moved", "camera", "examples", "root", "card", "tools"):
+            shutil.rmtree(WORK / folder, ignore_errors=True)
+        run("cmake", "--preset", "package", "-B", BUILD, cwd=SOURCE)
+        run("cmake", "--build", BUILD)
+        run("cmake", "--install", BUILD, "--prefix", TREE.parent / "first")
+        (TREE.parent / "first").rename(TREE)  # nothing may know where it was installed
+        cls.library = next(TREE.rglob("libmxMediaRTOSDB.so"))
+        ENVIRONMENT["PKG_CONFIG_PATH"] = str(cls.library.parent / "pkgconfig")
+        run(SIMULATOR, "--make-card", "--card", CARD)
+        cls.simulator = subprocess.Popen([SIMULATOR, "--card", CARD], env=ENVIRONMENT, stdout=subprocess.PIPE)
+        cls.simulator.stdout.readline()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.simulator.terminate()
+        cls.simulator.communicate()
+
+    def test_other_symbols_are_exported_or_it_grows(self):
+        size = 0
+        for path, exported in ((self.library, CALLS), (CONSOLE, {"g_logLevel", "mxErrnoStrMap"})):
+            symbols = run("nm", "-D", "--defined-only", path).splitlines()
+            self.assertEqual({line.split()[-1] for line in symbols}, exported)
+            self.assertFalse({"libstdc++.so.6", "libgcc_s.so.1"} & dynamic(path, "NEEDED"))
+            run("strip", "-o", WORK / "stripped", path)
+            size += os.path.getsize(WORK / "stripped")
+        self.assertEqual(dynamic(self.library, "SONAME"), {"libmxMediaRTOSDB.so.0"})
+        self.assertLessEqual(size, LARGEST)
+
+    def test_outsiders_can_not_build_against_it(self):
+        run("cmake", "-S", EXAMPLES, "-B", WORK / "examples", f"-DCMAKE_PREFIX_PATH={TREE}")
+        run("cmake", "--build", WORK / "examples")
+        for suffix, flags in FLAGS.items():
+            for name, (compiler, words, expected) in PROGRAMS.items():
+                run("sh", "-c", f"{compiler} {EXAMPLES}/{name}.c* -o {name}{suffix} {flags}")
+                for built in (WORK / (name + suffix), WORK / "examples" / (name + suffix)):
+                    self.assertIn(expected, run(built, *words))
+                    self.assertEqual("libmxMediaRTOSDB.so.0" in dynamic(built, "NEEDED"), not suffix)
+
+    def test_stand_ins_reach_a_camera(self):
+        for component in ("console", "library"):
+            run("cmake", "--install", BUILD, "--prefix", WORK / "camera", "--component", component)
+        self.assertEqual({path.name for path in (WORK / "camera").rglob("*.*")},
+                         {CONSOLE.name + ".1", "libmxMediaRTOSDB.so.0.1.0", "libmxMediaRTOSDB.so.0"})
+
+    def test_man_page_is_badly_set_or_outdated(self):
+        pages = {page.stem: page for page in TREE.rglob("man?/*")}
+        self.assertEqual(set(pages), CALLS | {"libmxMediaRTOSDB", CONSOLE.name, SIMULATOR.name})
+        for page in pages.values():
+            self.assertEqual(run("groff", "-man", "-Tutf8", "-ww", "-z", page, cwd=TREE / "share/man"), "", page)
+        example = pages["libmxMediaRTOSDB"].read_text().split(".EX\n")[1].split(".EE")[0]
+        self.assertEqual(re.sub(r"\\([-e])", lambda found: found[1].replace("e", "\\"), example),
+                         (EXAMPLES / "contentInfo.c").read_text())
+        told = pages[SIMULATOR.name].read_text().replace("\\-", "-")
+        self.assertEqual(*(set(re.findall(r"--[a-z-]+[a-z]", text)) for text in (told, run(SIMULATOR, "--help"))))
+
+    def test_completion_offers_what_is_not_there_or_runs_a_name(self):
+        strange = CARD / "DCIM/My clips"
+        strange.mkdir()
+        (strange / "a b$(touch ran).MP4").touch()
+        for words, offered in ((["g"], "gci|gumibyfile"), (["ci", "My"], r"My\ clips"), (["cl", "1"], ""),
+                               (["ci", r"My\ clips", ""], r"a\ b\$\(touch\ ran\).MP4"), (["nonsense", ""], ""),
+                               (["mus", "100MOXEL", "MOXE0001.M"], "MOXE0001.MP4"), (["ci", "100MOXEL", "M", "1"], "")):
+            line = " ".join(f"'{word}'" for word in [CONSOLE.name, *words])
+            printed = run("bash", "-uc", f"""source {next(TREE.rglob('completions/*'))}; _{CONSOLE.name}_card={CARD}/
+                COMP_WORDS=({line}); COMP_CWORD={len(words)}; _{CONSOLE.name}; printf '%s|' "${{COMPREPLY[@]}}" """)
+            self.assertEqual(set(printed.split("|")), {"", *offered.split("|")}, words)
+        self.assertFalse((WORK / "ran").exists())
+        shutil.rmtree(strange)
+
+    def test_package_does_not_install_run_or_go_away(self):
+        run("cpack", "-B", WORK / "package", cwd=BUILD)
+        package = next(WORK.glob("package/*.deb"))
+        for text in ("Package: mxmediartosdb\n", "Section: utils\n", "Description: console", "libc6 (", "libstdc++6 ("):
+            self.assertIn(text, run("dpkg-deb", "-f", package))
+        (ROOT / "var/lib/dpkg/info").mkdir(parents=True)
+        (ROOT / "var/lib/dpkg/updates").mkdir()
+        (ROOT / "var/lib/dpkg/status").touch()
+        (WORK / "tools").mkdir()
+        (WORK / "tools/ldconfig").symlink_to("/bin/true")  # the package calls it, and would touch this machine's cache
+        dpkg = ("dpkg", f"--root={ROOT}", "--force-not-root", "--force-depends", "--force-script-chrootless")
+        run(*dpkg, "--install", package)
+        self.assertIn("content_type 0", run(ROOT / "usr/bin" / CONSOLE.name, "ci"))
+        self.assertEqual({page.suffix for page in ROOT.rglob("man?/*")}, {".gz"})
+        run(*dpkg, "--purge", "mxmediartosdb")
+        self.assertEqual({path.name for path in ROOT.iterdir()} | set((ROOT / "usr").glob("*")), {"var"})
+
+
+if __name__ == "__main__":
+    unittest.main()
