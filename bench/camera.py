@@ -1,0 +1,125 @@
+"""What benchmarks and instruction counts share: programs, cards, simulated cameras, recordings."""
+import atexit
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BUILD = pathlib.Path(os.environ.get("BENCH_BUILD", ROOT / "build/release"))
+CONSOLE, SIMULATOR = BUILD / "bin/mxMediaRTOSDBTestApp", BUILD / "bin/rtosMediaDBSim"
+MOUNT_POINT = pathlib.Path("/tmp/fuse_d")
+
+
+def enter_own_namespace():
+    """Starts this program anew where it can mount a card without anybody else seeing it."""
+    if "BENCH_NAMESPACE" in os.environ:
+        return
+    options = "-m" if os.geteuid() == 0 else "-rm"
+    MOUNT_POINT.mkdir(exist_ok=True)
+    if subprocess.run(["unshare", options, "true"]).returncode != 0:
+        sys.exit("This needs a mount namespace of its own: run it as root.")
+    os.environ["BENCH_NAMESPACE"] = "yes"
+    os.execvp("unshare", ["unshare", options, sys.executable, *sys.argv])
+
+
+def run(*words, **more):
+    return subprocess.run([str(word) for word in words], check=True, **more)
+
+
+def build(*packages):
+    """Builds the release and the bench's own programs. Gives the folder of the latter."""
+    lists = " ".join(f"${{{name}[@]}}" for name in ("packages_build", *packages))
+    run("bash", "-c", f"source {ROOT}/scripts/packages.sh && need_packages {lists}")
+    run("cmake", "--preset", "release", "-B", BUILD, cwd=ROOT, stdout=subprocess.DEVNULL)
+    run("cmake", "--build", BUILD, "--target", CONSOLE.name, SIMULATOR.name, stdout=subprocess.DEVNULL)
+    folder = BUILD / "bench"
+    folder.mkdir(exist_ok=True)
+    compile_c = ["gcc", "-std=c11", "-D_GNU_SOURCE", "-O2", "-Wall", "-Wextra", f"-I{ROOT}/platform"]
+    transport = [f"-L{BUILD}/lib", "-lmxipc", f"-Wl,-rpath,{BUILD}/lib"]
+    for name, *options in [["empty"], ["measure"], ["exchange", *transport], ["record", "-shared", "-fPIC", "-ldl"]]:
+        run(*compile_c, "-o", folder / name, ROOT / "bench" / f"{name}.c", *options)
+    return folder
+
+
+def workplace():
+    """A new folder for cards and channels, gone at the end. Its path is of the same length every time."""
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="mxbench.", dir="/tmp"))
+    atexit.register(shutil.rmtree, folder)
+    atexit.register(unbind)
+    return folder
+
+
+def unbind():
+    """Takes away the card that is mounted where the console looks for it."""
+    subprocess.run(["umount", MOUNT_POINT], stderr=subprocess.DEVNULL)
+
+
+class Camera:
+    """A card with a number of items, and the simulated camera that holds it."""
+
+    def __init__(self, folder, name, items, core=None):
+        self.card, self.channel, self.items = folder / f"card-{name}", folder / f"ipc-{name}", items
+        run(SIMULATOR, "--make-card", "--items", items, "--card", self.card)
+        self.spread()
+        (self.card / "MISC").mkdir()
+        (self.card / "MISC/card").write_text("1234567890123456789")
+        pin = ["taskset", "-c", str(core)] if core is not None else []
+        self.environment = {"PATH": os.environ["PATH"], "LC_ALL": "C", "MXIPC_DIR": str(self.channel)}
+        self.simulator = subprocess.Popen([*pin, SIMULATOR, "--card", self.card], env=self.environment,
+                                          stdout=subprocess.PIPE)
+        atexit.register(self.stop)
+        if b"serving" not in self.simulator.stdout.readline():
+            sys.exit("The simulated camera does not start.")
+
+    def spread(self):
+        """Halves the folders of 500 items: a full one is more than a document holds of one directory."""
+        for path in self.card.glob("DCIM/2??MOXEL/*"):
+            number = int(path.name[1:4] if path.name[0] == "G" else path.name[4:8])
+            if number >= 250:
+                folder = path.parent.with_name("3" + path.parent.name[1:])
+                folder.mkdir(exist_ok=True)
+                path.rename(folder / path.name)
+
+    def bind(self):
+        """Mounts the card where the console looks for it, in place of the last one."""
+        unbind()
+        run("mount", "--bind", self.card, MOUNT_POINT)
+
+    def succeeds(self, *words, before=(), **more):
+        """Runs the console. False: a call failed, whose result is negative."""
+        self.bind()
+        words = map(str, [*before, CONSOLE, *words])
+        return subprocess.run(words, env=dict(self.environment, **more), capture_output=True).returncode < 128
+
+    def record(self, recorder, path, *words):
+        """Writes down a run's exchanges; gives their number."""
+        if not self.succeeds(*words, LD_PRELOAD=str(recorder), BENCH_RECORD=str(path)):
+            sys.exit(f"This fails: {words}")
+        return count_exchanges(path.read_bytes())
+
+    def stop(self):
+        """Ends the simulated camera, which is done at the end of the program at the latest."""
+        self.simulator.terminate()
+        self.simulator.wait()
+        self.simulator.stdout.close()
+
+
+def count_exchanges(recording):
+    at = exchanges = 0
+    while at < len(recording):
+        if recording[at:at + 1] == b"s":
+            at += 2 + int.from_bytes(recording[at + 1:at + 3], "little")
+            exchanges += 1
+        at += 1
+    return exchanges
+
+
+def most(low, high, fits):
+    """The highest number from `low` on for which `fits` holds, if it holds up to some number below `high`."""
+    while high - low > 1:
+        middle = (low + high) // 2
+        low, high = (middle, high) if fits(middle) else (low, middle)
+    return low
