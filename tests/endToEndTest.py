@@ -144,22 +144,6 @@ class Commands(Camera):
 
 
 class Documents(Camera):
-    QUERIES = [f"p={'/'.join(FILE)}&t={document}" for document in ("v4info", "videoinfo", "dur", "upload")]
-
-    def test_http_client_and_json_parser_read_each_document(self):
-        self.start()
-        socket = self.folder / "http"
-        for query in self.QUERIES:
-            listener = subprocess.Popen(["socat", f"UNIX-LISTEN:{socket}", f"EXEC:{CONSOLE} meta {query}"],
-                                        env=self.environment)
-            while not socket.exists():
-                time.sleep(0.01)
-            answer = subprocess.run(["curl", "-sS", "-f", "--http1.1", "--unix-socket", socket, "http://camera/"],
-                                    check=True, stdout=subprocess.PIPE)
-            subprocess.run(["jq", "-e", "."], input=answer.stdout, check=True, stdout=subprocess.DEVNULL)
-            listener.wait()
-            socket.unlink(missing_ok=True)
-
     def members(self, entry):
         """Files that an entry stands for."""
         if "g" not in entry:
