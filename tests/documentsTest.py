@@ -18,7 +18,7 @@ import sys
 import tempfile
 import unittest
 
-PROGRAMS, ROOT = map(pathlib.Path, (sys.argv.pop(1), sys.argv.pop(1)))
+PROGRAMS, ROOT = (pathlib.Path(sys.argv.pop(1)).resolve() for _ in range(2))
 CARD, PORT, IPC = "/tmp/fuse_d", "8080", "/run/user/1000/mxipc"
 SERVE = [(f"rtosMediaDBSim --card {CARD} --make-card", ""), (f"rtosMediaDBSim --card {CARD} &", "serving")]
 FUNCTIONS = r"""
