@@ -47,7 +47,6 @@ std::string lengths(int (*pCall)(rtosConnection *, const char *, const char *, u
     std::string changes, last;
     for (size_t length = 0; length <= sizeof buffer; length += length == 160 ? sizeof buffer - 160 : 1) {
         ScriptedTransport transport;
-        transport.guarding = command != DB_COMMAND_GUMI_BY_FILE_NAME;
         transport.answer(command == 9 ? statusRequest : fileRequest(command), cut(answer, length));
         memset(buffer, 0xEE, sizeof buffer);
         std::string now = call(reinterpret_cast<const Record *>(buffer + 1)...) + "|";

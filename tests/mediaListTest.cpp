@@ -1,4 +1,4 @@
-// The documents of both lists: entries, masks and limits, and what is printed when they cannot begin.
+// The documents of the lists: entries, masks and limits, named files, and what is printed when a document cannot begin.
 #include "listing.h"
 
 // Which of the next allocations fail: bit 0 the next one.
@@ -74,10 +74,10 @@ TEST_F(MediaList, QueryLeavesAStrayTextBlockOrComma)
     const std::string groupKeys = "'g':'7','b':'1','l':'3','t':'b','m':['2'],'ghc':{'1':'1'}}";
     const Bytes group = message(item(5, "G", 1, 0, "1"), groupInfo(7, 1, 40, 1), Bytes(16));
     const auto video = [](const char *dir) { return message(item(2, "V", 0, 0, dir), videoRecord()); };
-    const Bytes seven = page(7, {group, video("2"), photo("P", "2"), photo("P", "3"), message(item(11, "R", 0, 0, "3")),
-                                 video("4"), message(item(7, "M", 0, 0, ""))});
+    const Bytes seven = page(7, {group, video("2"), photo("P", "2"), photo("P%n", "3"),
+                                 message(item(11, "R", 0, 0, "3")), video("4"), message(item(7, "M", 0, 0, ""))});
     const auto names = [](const char *dir, const std::string &files) { return blockOf("{'n':'" + files + "'}", dir); };
-    const std::string every = names("1", "G") + "," + names("2", "V'},{'n':'P") + "," + names("3", "P") + "," +
+    const std::string every = names("1", "G") + "," + names("2", "V'},{'n':'P") + "," + names("3", "P%n") + "," +
                               names("4", "V") + "," + names("", "M");
     const std::string counts = blockOf("{'hc':'0','hi':[]},{'hc':'0'}", "2") + "," + blockOf("{'hc':'0'}", "3") + "," +
                                blockOf("{'hc':'0','hi':[]}", "4") + "," + blockOf("{'hc':'0'}", "");
@@ -86,14 +86,12 @@ TEST_F(MediaList, QueryLeavesAStrayTextBlockOrComma)
         {"fields=tr,cl,ao,dur", 0, two, blockOf("{'tr':'1','cl':'0','ao':'off','dur':'2'},{'tr':'0'}")},
         {"fields=mod,us,ls,zta,mp", 0, two,
          blockOf("{'mod':'2000','us':'3','ls':'-1','zta':'0','mp':'0'},{'mod':'2000','us':'0'}")},
-        {"fields=hi", 0, two, blockOf("{'hc':'1','hi':[5]}")},
         {"fields=m", 0, two, blockOf("{" + groupKeys)},
         {"fields=m,n", 0, two, blockOf("{'n':'MOXE0001.MP4'},{'n':'G'," + groupKeys)},
         {"fields=DNE,gumi,pgumi,wdr,raw,eis", 0, two, ""},
-        {"f=upload", 0, two, blockOf("{'us':'3'},{'us':'0'}")},
         {"fields=hi", 0, seven, counts},
         {"f=video&fields=n", 0x100, seven, names("2", "V") + "," + names("4", "V")},
-        {"f=photos&fields=n", 0x200, seven, names("1", "G") + "," + names("2", "P") + "," + names("3", "P")},
+        {"f=photos&fields=n", 0x200, seven, names("1", "G") + "," + names("2", "P") + "," + names("3", "P%n")},
         {"f=none&fields=n", 0xF00, seven, every},
         {"fields=n", 0, seven, every},
         {"f=raw&fields=n", 0x800, seven, ""},
@@ -110,18 +108,19 @@ TEST_F(MediaList, LimitMissedByOneOrOldTextCountedBehindARestart)
     const std::string pagedKeys = "'ls':'-1','zta':'0','ao':'off','mp':'0','dur':'2','hc':'0','hi':[],'s':'3000'";
     const size_t block = blockOf("").size();
     const std::string full = "ERROR exceeded buffer length for mxoutput 131073, ";
-    // Whether it is the paged list, the longest entry, the lengths of blocks, the complaint.
-    const std::tuple<bool, size_t, std::vector<size_t>, std::string> cases[] = {
-        {false, 1536, {block + 1536}, ""},
-        {false, 1537, {block + 1537}, "ERROR 1537 > 1536, entry buff exceeded, listEntryText:"},
-        {false, 1000, {65536}, ""},
-        {false, 1000, {65537}, "ERROR 65537 > 65536, dir buff exceeded, mediaList:"},
-        {false, 1000, {60000, 60000, 11070}, ""},
-        {false, 1000, {60000, 60000, 11071}, full + "mxMediaDBOutput:"},
-        {true, 1400, {131072 + 2}, ""},
-        {true, 1400, {131073 + 2}, full + "listEntryText:"},
+    // Whether it is the paged list, the longest entry, the lengths of blocks, the first complaint and their number.
+    const std::tuple<bool, size_t, std::vector<size_t>, std::string, size_t> cases[] = {
+        {false, 1536, {block + 1536}, "", 0},
+        {false, 1537, {block + 1537}, "ERROR 1537 > 1536, entry buff exceeded, listEntryText:", 1},
+        {false, 1700, {block + 1700}, "ERROR 1544 > 1536, entry buff exceeded, listEntryText:", 15},
+        {false, 1000, {65536}, "", 0},
+        {false, 1000, {65537}, "ERROR 65537 > 65536, dir buff exceeded, mediaList:", 1},
+        {false, 1000, {60000, 60000, 11070}, "", 0},
+        {false, 1000, {60000, 60000, 11071}, full + "mxMediaDBOutput:", 1},
+        {true, 1400, {131072 + 2}, "", 0},
+        {true, 1400, {131073 + 2}, full + "listEntryText:", 19},
     };
-    for (const auto &[paged, longestEntry, blocks, complaint] : cases) {
+    for (const auto &[paged, longestEntry, blocks, complaint, complaints] : cases) {
         const size_t frame = (paged ? entryOf("", pagedKeys) : "{'n':'','hc':'0','hi':[]}").size();
         std::vector<std::vector<Bytes>> pages;
         for (size_t i = 0; i < blocks.size(); ++i) { // entries and the commas between them fill the room in a block
@@ -159,30 +158,91 @@ TEST_F(MediaList, LimitMissedByOneOrOldTextCountedBehindARestart)
             std::accumulate(blocks.begin(), blocks.end(), answerOf(200, "").size() + blocks.size() - 1);
         EXPECT_TRUE(complaint.empty() ? text.size() == whole : text == answerOf(500, paged ? "]}" : "")) << text;
         EXPECT_TRUE(joined(effectsOf("ERROR")).starts_with(complaint)) << joined();
+        EXPECT_EQ(effectsOf("ERROR").size(), complaints) << complaint;
     }
 }
 
-TEST_F(MediaList, SetUpFailsWithTheWrongAnswer)
+TEST_F(MediaList, NamedFileAskedForOrToldWrongly)
+{
+    const auto header = [](uint32_t status) { return responseHeader(DB_COMMAND_GUMI_BY_FILE_NAME, status); };
+    const auto found = [&](const std::string &file, uint32_t properties = 0) {
+        return message(header(DB_STATUS_OK), item(0, file, 0, properties), gumiOf(0xAA), gumiOf(0xBB));
+    };
+    const Bytes unknown = message(header(DB_STATUS_NOT_FOUND_SILENT));
+    const std::string real = "{'n':'REAL0001.MP4','gumi':'" + std::string(32, 'a') + "'";
+    const auto absent = [](const std::string &file) { return "{'n':'" + file + "','DNE':'1'}"; };
+    // Names, exchanges about them, status, entries.
+    const std::tuple<std::string, std::vector<std::pair<std::string, Bytes>>, int, std::string> cases[] = {
+        {"A.MP4,B.MP4",
+         {{"A.MP4", unknown}, {"B.MP4", found("REAL0001.MP4")}},
+         200,
+         absent("A.MP4") + "," + real + "}"},
+        {"A", {{"A", found("REAL0001.MP4", DB_MEDIA_CLIPPED)}}, 200, real + ",'pgumi':'" + std::string(32, 'b') + "'}"},
+        {"A", {{"A", cut(found("A"), 95)}}, 200, "{'n':'A','gumi':'" + std::string(32, '0') + "'}"},
+        {"", {}, 200, ""},
+        {",,A,,B&status=x,C", {{"A", unknown}, {"B", unknown}}, 200, absent("A") + "," + absent("B")},
+        {"MOXE0001.MP4X,MOXE%2C02.MP4",
+         {{"MOXE0001.MP4", message(header(3))}, {"MOXE%2C02.MP", message(header(4))}},
+         200,
+         absent("MOXE0001.MP4") + "," + absent("MOXE%2C02.MP")},
+        {"A,B,C", {{"A", found("REAL0001.MP4")}, {"B", message(header(1))}}, 503, ""},
+        {"A,B", {{"A", message(header(9))}}, 500, ""},
+    };
+    for (const auto &[files, exchanges, status, entries] : cases) {
+        for (const std::string dir : {"100MOXEL", "100"}) {
+            ScriptedTransport transport;
+            for (const auto &[file, response] : exchanges) {
+                transport.answer(fileRequest(DB_COMMAND_GUMI_BY_FILE_NAME, fileSpec(dir, file)), response);
+            }
+            const std::string query = "f=gumi&folder=" + dir + "&files=" + files;
+            EXPECT_EQ(answer(generateMediaList, query.c_str()),
+                      answerOf(status, status == 200 ? blockOf(entries, dir) : ""))
+                << query;
+        }
+    }
+}
+
+TEST_F(MediaList, BeginningFailsWithTheWrongAnswer)
 {
     const char *const pGumi = "f=gumi&folder=100MOXEL&files=A";
-    const std::string head = "HTTP/1.1 500 \r\nContent-Type: application/json\r\n\r\n";
+    const char *const pMeta = "p=100MOXEL/MOXE0001.MP4&t=dur";
     const std::string refused = "init|ERROR mxIpcInit fail, ret -7\n|";
+    const std::string noConnection = refused + "ERROR rtosConnectionCtor ret < 0|";
     const std::string unknown = "ERROR getCardIDStr ret < 0|";
-    const std::string noMemory = "Buffer failed medialist\n|ERROR mxMediaDBOutputCtor ret < 0|";
+    const std::string failed = " failed medialist\n|";
+    const std::string noEntry = "ERROR malloc localEntryBuffer" + failed + "ERROR mxMediaDBOutputCtor ret < 0|";
     const std::string unlike = "ERROR f=x not implemented\n|ERROR parseMediaListQuery ret: 501, query:'f=x'|";
+    const std::string noGumi = "ERROR Required 'gumi=' key missing, aborting\n|";
+    const std::string noFolder = "init|ERROR Required '&folder=' key missing, aborting\n|destroy|";
+    const std::string noFiles = "init|ERROR Required '&files=' key missing, aborting\n|destroy|";
+    const std::string tooLong = "init|ERROR &folder= value too long (8 char max), aborting\n|destroy|";
     // Query, or null for the paged list; allocations that fail; result of the opening; card known; text; effects.
     const std::tuple<const char *, unsigned, int, bool, std::string, std::string> cases[] = {
-        {"f=x", 0, 0, true, "HTTP/1.1 501" + head.substr(12), unlike},
-        {"", 2, 0, true, head, "ERROR malloc localDirectory" + noMemory},
-        {pGumi, 4, 0, true, head, "ERROR malloc localEntry" + noMemory},
-        {nullptr, 1, 0, true, head, "ERROR malloc failed medialist\n|"},
+        {"f=x", 0, 0, true, headOf(501), unlike},
+        {"p=a/b&t=DUR", 0, 0, true, headOf(501),
+         "ERROR t=DUR not implemented\n|ERROR parseMetadataQuery ret: 501, query:'p=a/b&t=DUR'|"},
+        {"", 7, 0, true, headOf(500),
+         "ERROR malloc localBuffer" + failed + "ERROR malloc localDirectoryBuffer" + failed + noEntry},
+        {pGumi, 4, 0, true, headOf(500), noEntry},
+        {pMeta, 4, 0, true, headOf(500), noEntry},
+        {nullptr, 1, 0, true, headOf(500), "ERROR malloc" + failed},
         {"fields=x,y", 0, -7, true, answerOf(500, "", "42','unsupported_fields':'x,y"), refused},
-        {pGumi, 0, -7, true, answerOf(500, ""), refused + "ERROR rtosConnectionCtor ret < 0|destroy|"},
+        {pGumi, 0, -7, true, answerOf(500, ""), noConnection + "destroy|"},
+        {pMeta, 0, -7, true, headOf(500), noConnection + "destroy|"},
         {nullptr, 0, -7, true, answerOf(500, ""), refused},
         {"", 0, -7, false, answerOf(404, "", "0"), refused + unknown},
+        {pMeta, 0, -7, false, headOf(404), noConnection + unknown + "destroy|"},
         {"", 0, 0, false, answerOf(404, "", "0"), "init|" + unknown + "destroy|"},
         {pGumi, 0, 0, false, answerOf(404, "", "0"), "init|" + unknown + "destroy|"},
+        {pMeta, 0, 0, false, headOf(404), "init|" + unknown + "destroy|"},
         {nullptr, 0, 0, false, answerOf(200, "", "0"), "init|destroy|"},
+        {"folder=100MOXEL&f=gumi&files=A", 0, 0, true, "", noGumi},
+        {"F=gumi&folder=100MOXEL&files=A", 0, 0, true, "", noGumi},
+        {"f=gumi", 0, 0, true, answerOf(400, ""), noFolder},
+        {"f=gumi&files=A&folder=100MOXEL", 0, 0, true, answerOf(400, ""), noFolder},
+        {"f=gumi&folder=a%62cdefg&files=A", 0, 0, true, answerOf(400, ""), tooLong},
+        {"f=gumi&folder=", 0, 0, true, answerOf(400, ""), tooLong},
+        {"f=gumi&folder=100MOXEL&x=1&files=A", 0, 0, true, answerOf(400, ""), noFiles},
     };
     for (const auto &[query, allocations, openResult, cardKnown, text, expected] : cases) {
         ScriptedTransport transport;
@@ -192,8 +252,8 @@ TEST_F(MediaList, SetUpFailsWithTheWrongAnswer)
             transport.openFails(openResult);
         }
         failingAllocations = allocations;
-        EXPECT_EQ(query != nullptr ? answer(generateMediaList, query) : answer(dbGetPagedList, cardKnown, 1, 0, 0, 0),
-                  text);
+        const auto generate = query != nullptr && query[0] == 'p' ? generateMetadata : generateMediaList;
+        EXPECT_EQ(query != nullptr ? answer(generate, query) : answer(dbGetPagedList, cardKnown, 1, 0, 0, 0), text);
         EXPECT_EQ(joined(), expected);
     }
 }

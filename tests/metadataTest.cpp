@@ -1,11 +1,7 @@
 // Whole documents about one file, and the failures that leave only a head.
-#include <gtest/gtest.h>
 #include <regex>
 
-#include "card.h"
-#include "effects.h"
-#include "records.h"
-#include "utilLog.h"
+#include "listing.h"
 
 namespace
 {
@@ -26,29 +22,18 @@ Bytes video(db_content_type type, const Bytes &highlights = {}, uint32_t duratio
 const Bytes more = message(responseHeader(8), db_more_info{1920, 1080, 30000, 1001, 1, 0, 9});
 const std::string format = ",'w':'1920','h':'1080','fps':'30000','fps_denom':'1001','prog':'1','subsample':'0'}\r\n";
 
-struct Metadata : testing::Test {
-    Metadata()
-    {
-        card.identify();
-        g_logLevel = UTIL_LOG_LEVEL_ERROR;
-    }
+struct Metadata : ListTest {
     /** Status and document, in single quotes, and errors that follow these exchanges. */
-    std::string answer(const std::string &query, const std::vector<std::pair<uint8_t, Bytes>> &exchanges = {})
+    std::string reply(const std::string &query, const std::vector<std::pair<uint8_t, Bytes>> &exchanges)
     {
         for (const auto &[command, response] : exchanges) {
             transport.answer(command == 9 ? message(fileRequest(9), 5) : fileRequest(command), response);
         }
-        const std::string whole = "p=100MOXEL/MOXE0001.MP4&t=" + query;
-        const int descriptor = nextDescriptor();
-        int result = 1;
         effects().clear();
-        const std::string text = printedBy([&] { result = generateMetadata(nullptr, whole.c_str()); });
-        EXPECT_EQ(result, text.starts_with("HTTP/1.1 200 ") ? 0 : -1) << query;
-        EXPECT_EQ(nextDescriptor(), descriptor) << query;
+        const std::string text = answer(generateMetadata, ("p=100MOXEL/MOXE0001.MP4&t=" + query).c_str());
         const std::regex head("^HTTP/1.1 ([0-9]+ )\r\nContent-Type: application/json\r\n\r\n"), quote("\"");
         return std::regex_replace(std::regex_replace(text, head, "$1"), quote, "'") + joined(effectsOf("ERROR"));
     }
-    TemporaryCard card;
     ScriptedTransport transport;
 };
 
@@ -66,18 +51,36 @@ TEST_F(Metadata, V4InfoKeysOfAType)
         const std::string other =
             start + "'hc':'6','us':'0','eis':'1','wdr':'0','raw':'0','tr':'0'," + (clipped == 0 ? one : clip);
         for (const db_content_type type : {0, 1, 2, 3}) {
-            EXPECT_EQ(answer("v4info", {{7, gumi(type, clipped)}, {4, video(type, message(3, 4))}, {8, more}}),
+            EXPECT_EQ(reply("v4info", {{7, gumi(type, clipped)}, {4, video(type, message(3, 4))}, {8, more}}),
                       film + rest);
         }
         for (const db_content_type type : {4, 5, 6, 8, 9, 10, 11}) {
-            EXPECT_EQ(answer("v4info", {{7, gumi(type, clipped)}, {8, more}}), other + ",'w':'1920','h':'1080'}\r\n");
+            EXPECT_EQ(reply("v4info", {{7, gumi(type, clipped)}, {8, more}}), other + ",'w':'1920','h':'1080'}\r\n");
         }
         for (const db_content_type type : {7, 12, INT32_MAX, -2}) {
-            EXPECT_EQ(answer("v4info", {{7, gumi(type, clipped)}}), other + "}\r\n") << type;
+            EXPECT_EQ(reply("v4info", {{7, gumi(type, clipped)}}), other + "}\r\n") << type;
             // It was a video when the first question was answered.
-            EXPECT_EQ(answer("v4info", {{7, gumi(0, clipped)}, {4, cut(video(type), 80)}}), film + "}\r\n") << type;
+            EXPECT_EQ(reply("v4info", {{7, gumi(0, clipped)}, {4, cut(video(type), 80)}}), film + "}\r\n") << type;
         }
     }
+}
+
+TEST_F(Metadata, V4InfoFlagOfAnotherProperty)
+{
+    std::string flags;
+    for (const uint32_t bits :
+         {0x2u, 0x4u, 0x8u, 0x10u, 0x20u, 0x60u, 0x80u, 0x100u, 0x200u, 0x400u, 0x800u, ~0xFFEu}) {
+        const auto answerOfType = [&](db_content_type type) {
+            return message(responseHeader(7), contentInfo(type, fileSpec(), 0, bits), gumiOf(1), gumiOf(1));
+        };
+        flags += formatted("|%x|", bits) + reply("v4info", {{7, answerOfType(0)}, {4, cut(video(7), 80)}});
+        flags += reply("v4info", {{7, answerOfType(7)}});
+    }
+    const std::regex others(
+        "200 .'cre':'1000','s':'3000',|'(hc|us)':'0',|'[a-z]+':'(0|off)',|'p?gumi':'[01]+',?|.\r\n");
+    EXPECT_EQ(std::regex_replace(flags, others, ""),
+              "|2|'eis':'1','eis':'1',|4|'zta':'1',|8|'zta':'1',|10|'zta':'1',|20|'ao':'stereo',|60|'ao':'wind',"
+              "|80|'ao':'auto',|100|'wdr':'1',|200|'raw':'1',|400|'tr':'1','tr':'1',|800|'mp':'1',|fffff001|");
 }
 
 TEST_F(Metadata, VideoOrUploadDocumentDiffers)
@@ -85,17 +88,21 @@ TEST_F(Metadata, VideoOrUploadDocumentDiffers)
     const Bytes tags(150 * sizeof(uint32_t), 1);
     const std::string start = "200 {'dur':'1','c':'1','avc_profile':'100','profile':'41',",
                       members = "16843009" + times(98, ",16843009");
-    EXPECT_EQ(answer("videoinfo", {{4, video(3, {}, 1499)}, {8, more}}), start + "'tag_count':0,'tags':[]" + format);
-    EXPECT_EQ(answer("videoinfo", {{4, video(3, tags, 1499)}, {8, more}}),
+    EXPECT_EQ(reply("videoinfo", {{4, video(3, {}, 1499)}, {8, more}}), start + "'tag_count':0,'tags':[]" + format);
+    EXPECT_EQ(reply("videoinfo", {{4, video(3, tags, 1499)}, {8, more}}),
               start + "'tag_count':150,'tags':[" + members + "]" + format);
-    EXPECT_EQ(answer("dur&status=3", {{4, video(0, tags)}}), "200 {'dur':'2','c':'1','profile':'41'}\r\n");
+    EXPECT_EQ(reply("dur&status=3", {{4, video(0, tags)}}), "200 {'dur':'2','c':'1','profile':'41'}\r\n");
     EXPECT_EQ(joined(), "init|send|receive|destroy|");
+    const std::pair<uint32_t, std::string> seconds[] = {{499, "0"}, {500, "1"}, {~500u, "4294967"}, {~0u, "0"}};
+    for (const auto &[duration, told] : seconds) {
+        EXPECT_EQ(reply("dur", {{4, video(0, {}, duration)}}), "200 {'dur':'" + told + "','c':'1','profile':'41'}\r\n");
+    }
 
     db_content_info info = contentInfo(11);
     info.uploadStatus = 5;
     const Bytes read = message(responseHeader(2), info);
-    EXPECT_EQ(answer("upload", {{2, read}}), "200 {'us':'5'}\r\n");
-    EXPECT_EQ(answer("upload&status=5", {{9, refusal(0)}, {2, read}}), "200 {'us':'5'}\r\n");
+    EXPECT_EQ(reply("upload", {{2, read}}), "200 {'us':'5'}\r\n");
+    EXPECT_EQ(reply("upload&status=5", {{9, refusal(0)}, {2, read}}), "200 {'us':'5'}\r\n");
 }
 
 // A full message: more highlights than a document lists, and every number at its widest.
@@ -108,37 +115,18 @@ TEST_F(Metadata, WidestDocumentRefused)
     const Bytes gumis = message(responseHeader(7), info, gumiOf(1), gumiOf(2));
     const Bytes full = message(responseHeader(4), info, widest, Bytes(349 * sizeof(uint32_t), 0xFF));
     const Bytes wide = message(responseHeader(8), INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, 0);
-    EXPECT_EQ(answer("v4info", {{7, gumis}, {4, full}, {8, wide}}).size(), 1490u + 6);
-    EXPECT_EQ(answer("videoinfo", {{4, full}, {8, wide}}).size(), 1327u + 6);
+    EXPECT_EQ(reply("v4info", {{7, gumis}, {4, full}, {8, wide}}).size(), 1490u + 6);
+    EXPECT_EQ(reply("videoinfo", {{4, full}, {8, wide}}).size(), 1327u + 6);
 }
 
 TEST_F(Metadata, FailureAnsweredInPartOrGoneOn)
 {
-    EXPECT_EQ(answer("v4info", {{7, refusal(4)}}), "404 ");
-    EXPECT_EQ(answer("upload", {{2, refusal(1)}}), "503 ");
-    EXPECT_EQ(answer("upload&status=5", {{9, refusal(2)}}), "503 ");
-    EXPECT_EQ(answer("v4info", {{7, gumi(0)}, {4, refusal(1)}}), "503 ");
-    EXPECT_EQ(answer("v4info", {{7, gumi(4)}, {8, refusal(1)}}), "503 ");
-    EXPECT_EQ(answer("videoinfo", {{4, video(0)}, {8, refusal(1)}}), "503 ");
-    EXPECT_EQ(answer("dur", {{4, cut(video(4), 80)}}), "501 ERROR not implemented for content_type 4\n|");
-    EXPECT_EQ(answer("videoinfo", {{4, cut(video(-2), 80)}}), "501 ERROR not implemented for content_type -2\n|");
-}
-
-TEST_F(Metadata, FailedStartGoesOn)
-{
-    const std::string opening = "init|ERROR mxIpcInit fail, ret -3\n|ERROR rtosConnectionCtor ret < 0|";
-    const auto told = [this](const char *pQuery) {
-        const std::string status = answer(pQuery).substr(0, 4);
-        return status + joined();
-    };
-    EXPECT_EQ(
-        told("DUR"),
-        "501 ERROR t=DUR not implemented\n|ERROR parseMetadataQuery ret: 501, query:'p=100MOXEL/MOXE0001.MP4&t=DUR'|");
-    transport.openFails(-3);
-    EXPECT_EQ(told("dur"), "500 " + opening + "destroy|");
-    // Without an identity the status is another, whether or not the connection stands.
-    std::filesystem::remove_all(card.path());
-    EXPECT_EQ(told("dur"), "404 init|ERROR getCardIDStr ret < 0|destroy|");
-    transport.openFails(-3);
-    EXPECT_EQ(told("dur"), "404 " + opening + "ERROR getCardIDStr ret < 0|destroy|");
+    EXPECT_EQ(reply("v4info", {{7, refusal(4)}}), "404 ");
+    EXPECT_EQ(reply("upload", {{2, refusal(1)}}), "503 ");
+    EXPECT_EQ(reply("upload&status=5", {{9, refusal(2)}}), "503 ");
+    EXPECT_EQ(reply("v4info", {{7, gumi(0)}, {4, refusal(1)}}), "503 ");
+    EXPECT_EQ(reply("v4info", {{7, gumi(4)}, {8, refusal(1)}}), "503 ");
+    EXPECT_EQ(reply("videoinfo", {{4, video(0)}, {8, refusal(1)}}), "503 ");
+    EXPECT_EQ(reply("dur", {{4, cut(video(4), 80)}}), "501 ERROR not implemented for content_type 4\n|");
+    EXPECT_EQ(reply("videoinfo", {{4, cut(video(-2), 80)}}), "501 ERROR not implemented for content_type -2\n|");
 }

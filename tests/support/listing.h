@@ -12,7 +12,7 @@
 #include "records.h"
 #include "utilLog.h"
 
-/** A test of a list, on the card 42. */
+/** A test of documents, on the card 42. */
 struct ListTest : testing::Test {
     TemporaryCard card;
     ListTest()
@@ -59,12 +59,18 @@ inline Bytes chapters(const std::vector<Bytes> &records, uint32_t status = DB_ST
     return responseOf(message(responseHeader(DB_COMMAND_VIDEO_SPECIFIC_INFO, status, count)), records);
 }
 
+/** The head that is printed in front of a document, or alone. */
+inline std::string headOf(int status)
+{
+    return formatted("HTTP/1.1 %d \r\nContent-Type: application/json\r\n\r\n", status);
+}
+
 /** What is printed: the head, then the card's document with the text of its array, in single quotes. */
 inline std::string answerOf(int status, const std::string &media, const std::string &id = "42")
 {
     std::string document = "{'id':'" + id + "','media':[" + media + "]}\r\n";
     std::replace(document.begin(), document.end(), '\'', '"');
-    return formatted("HTTP/1.1 %d \r\nContent-Type: application/json\r\n\r\n", status) + document;
+    return headOf(status) + document;
 }
 
 inline std::string blockOf(const std::string &entries, const std::string &dir = "100MOXEL")
