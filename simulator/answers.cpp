@@ -10,7 +10,7 @@ namespace sim
 namespace
 {
 
-/** One request on its way to an answer. The request's length is right for its command. */
+// One request on its way to an answer. The request's length is right for its command.
 struct Exchange {
     Database &database;
     Bytes request;
@@ -39,12 +39,12 @@ Message succeed(const Exchange &exchange, uint32_t count = 1)
     return message;
 }
 
-/** A file that a request names, with its item. */
+// A file that a request names, with its item.
 struct Found {
-    size_t index; ///< of the item
+    size_t index; // of the item
     const Item &item;
-    const MediaFile &file;  ///< the file itself
-    const MediaFile &shown; ///< the file as the item's name: the whole item, when it is the first file
+    const MediaFile &file;  // the file itself
+    const MediaFile &shown; // the file as the item's name: the whole item, when it is the first file
 };
 
 std::optional<Found> find(Database &database, const db_file_spec &spec)
@@ -59,7 +59,7 @@ std::optional<Found> find(Database &database, const db_file_spec &spec)
     return Found{pPlace->item, item, file, pPlace->file == 0 ? item.whole : file};
 }
 
-/** Answers a request about one file by what a function appends to the answer. */
+// Answers a request about one file by what a function appends to the answer.
 template <class Append>
 Message answerFile(const Exchange &exchange, Append append)
 {
@@ -111,7 +111,7 @@ Message answerGroupContentInfo(const Exchange &exchange)
     return answerFile(exchange, [](Message &message, const Found &found) { appendGroup(message, found.item); });
 }
 
-/** With one file a miss is a status; with more of them it is an entry without a file, so that the others get theirs. */
+// With one file a miss is a status; with more of them it is an entry without a file, so that the others get theirs.
 Message answerVideoSpecificInfo(const Exchange &exchange)
 {
     const uint32_t count = read<db_request_header>(exchange.request).request_count;
@@ -198,7 +198,7 @@ Message answerUploadHistogram(const Exchange &exchange)
 
 struct Command {
     uint32_t code;
-    size_t requestBytes; ///< length of a request for one file
+    size_t requestBytes; // length of a request for one file
     Message (*answer)(const Exchange &);
 };
 constexpr Command commands[] = {
@@ -213,7 +213,7 @@ constexpr Command commands[] = {
     {DB_COMMAND_UPLOAD_HISTOGRAM, sizeof(db_request_header), answerUploadHistogram},
 };
 
-/** Tells whether length and count of a request, which has a whole header, are those of its command. */
+// Tells whether length and count of a request, which has a whole header, are those of its command.
 bool isWellFormed(const Command &command, Bytes request)
 {
     const uint32_t count = read<db_request_header>(request).request_count;

@@ -12,10 +12,10 @@ namespace
 constexpr uint32_t familyBits =
     RTOS_DB_QUERY_VIDEOS | RTOS_DB_QUERY_PHOTOS | RTOS_DB_QUERY_METADATA_SESSION_FILES | RTOS_DB_QUERY_RAW;
 constexpr uint32_t narrowingBits = RTOS_DB_QUERY_HIGHLIGHTS | RTOS_DB_QUERY_CLIPS | RTOS_DB_QUERY_GROUPS;
-/** Bits that choose families of items: with none of them set all are chosen. */
+// Bits that choose families of items: with none of them set all are chosen.
 constexpr uint32_t choosingBits = 0x3F00;
 
-/** 64-bit FNV-1a. */
+// 64-bit FNV-1a.
 uint64_t hash(Bytes bytes, uint64_t seed = 0xCBF29CE484222325)
 {
     for (const uint8_t byte : bytes) {
@@ -29,7 +29,7 @@ uint64_t hash(std::string_view text, uint64_t seed)
     return hash(Bytes(reinterpret_cast<const uint8_t *>(text.data()), text.size()), seed);
 }
 
-/** Digest of all that answers tell of an item. */
+// Digest of all that answers tell of an item.
 uint64_t digestOf(const Item &item)
 {
     Message entries;
@@ -49,7 +49,7 @@ uint64_t digestOf(const Item &item)
 
 uint32_t familyOf(db_content_type type)
 {
-    if (type <= DB_CONTENT_TYPE_TIME_LAPSE_VIDEO) {
+    if (isVideo(type)) {
         return RTOS_DB_QUERY_VIDEOS;
     }
     return type == DB_CONTENT_TYPE_METADATA_SESSION ? RTOS_DB_QUERY_METADATA_SESSION_FILES
@@ -57,7 +57,7 @@ uint32_t familyOf(db_content_type type)
                                                     : RTOS_DB_QUERY_PHOTOS;
 }
 
-/** The bits of `query_options` that an item answers to. */
+// The bits of `query_options` that an item answers to.
 uint32_t traitsOf(const Item &item)
 {
     return familyOf(item.type) | (item.whole.highlights.empty() ? 0 : RTOS_DB_QUERY_HIGHLIGHTS) |

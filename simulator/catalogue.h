@@ -56,6 +56,9 @@ struct Item {
     }
 };
 
+/** Tells whether items of a type are videos. */
+bool isVideo(db_content_type type);
+
 /** Tells whether items of a type have a group record. */
 bool isGroup(db_content_type type);
 

@@ -14,7 +14,7 @@ using nlohmann::json;
 namespace
 {
 
-/** Keys whose value is a whole number. */
+// Keys whose value is a whole number.
 struct NumberKey {
     const char *pKey;
     uint32_t MediaFile::*pField;
@@ -35,7 +35,7 @@ constexpr NumberKey numberKeys[] = {
     {"width", &MediaFile::width, 0, INT32_MAX},
 };
 
-/** Keys whose value is true or false, and the bit that it sets or clears. */
+// Keys whose value is true or false, and the bit that it sets or clears.
 struct FlagKey {
     const char *pKey;
     uint32_t MediaFile::*pField;
@@ -50,7 +50,7 @@ constexpr FlagKey flagKeys[] = {
     {"metadata_present", &MediaFile::properties, DB_MEDIA_METADATA_PRESENT},
 };
 
-/** A word of a key, and its code. */
+// A word of a key, and its code.
 struct Word {
     const char *pWord;
     uint32_t code;
@@ -152,7 +152,7 @@ void applyKey(const std::string &key, const json &value, const std::string &path
     }
 }
 
-/** Runs a step and puts a place in front of what it complains of. */
+// Runs a step and puts a place in front of what it complains of.
 template <class Step>
 void within(const std::string &place, Step step)
 {

@@ -1,6 +1,6 @@
 /**
  * @file catalogueJson.h
- * catalogue.json, which tells of a card's files what the files themselves can't tell: see README.md.
+ * catalogue.json, which tells of a card's files what the files themselves can't tell: see rtosMediaDBSim(1).
  */
 #ifndef CATALOGUE_JSON_H
 #define CATALOGUE_JSON_H

@@ -10,13 +10,18 @@ namespace sim
 
 namespace fs = std::filesystem;
 
-static fs::path existingCard(const fs::path &card)
+namespace
+{
+
+fs::path existingCard(const fs::path &card)
 {
     if (!fs::is_directory(card)) {
         throw CatalogueError(card.string() + ": there is no card; --make-card lays one out");
     }
     return card;
 }
+
+} // namespace
 
 Database::Database(const fs::path &card) : card_(existingCard(card)), uploads_(card), watch_(card)
 {

@@ -9,7 +9,7 @@ namespace sim
 Delivery Faults::deliver(Bytes request, const Answer &answer)
 {
     ++count_;
-    const auto hits = [this](uint32_t every) { return every != 0 && count_ % every == 0; };
+    const auto hits = [this](const Requests &requests) { return requests.include(count_); };
     // The choices depend on the request's number alone, so that one fault does not move another.
     std::seed_seq seed{settings_.seed, count_};
     std::mt19937 chance(seed);

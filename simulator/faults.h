@@ -33,16 +33,27 @@ struct Breakdown {
     bool dies = false;    ///< by SIGKILL; else it falls silent, and all connections stay open
 };
 
-/** Which fault befalls which requests: a number N means every Nth request of the run, 0 means none. */
+/** Some of the run's requests: each whose number is a multiple of one number, or that one alone; the first is 1. */
+struct Requests {
+    constexpr Requests(uint32_t which = 0, bool onlyIt = false) : number(which), alone(onlyIt) {}
+    bool include(uint32_t request) const
+    {
+        return alone ? request == number : number != 0 && request % number == 0;
+    }
+    uint32_t number; ///< 0: none
+    bool alone;
+};
+
+/** Which fault befalls which requests. */
 struct FaultSettings {
-    uint32_t busy = 0;     ///< refused with status 1 or 2
-    uint32_t drop = 0;     ///< neither carried out nor answered
-    uint32_t truncate = 0; ///< the answer loses bytes at its end, but not all
-    uint32_t garble = 0;   ///< 1 to 8 bytes of the answer change
-    uint32_t empty = 0;    ///< the answer is a message of no bytes
-    uint32_t tooLong = 0;  ///< the answer goes on to one byte more than a message may have
-    uint32_t twice = 0;    ///< the answer comes two times
-    uint32_t delay = 0;    ///< the answer comes late
+    Requests busy{};     ///< refused with status 1 or 2
+    Requests drop{};     ///< neither carried out nor answered
+    Requests truncate{}; ///< the answer loses bytes at its end, but not all
+    Requests garble{};   ///< 1 to 8 bytes of the answer change
+    Requests empty{};    ///< the answer is a message of no bytes
+    Requests tooLong{};  ///< the answer goes on to one byte more than a message may have
+    Requests twice{};    ///< the answer comes two times
+    Requests delay{};    ///< the answer comes late
     std::chrono::milliseconds delayTime{0};
     uint32_t seed = 1; ///< of all that is left to chance; the same seed and the same requests give the same run
     Breakdown breakdown{};

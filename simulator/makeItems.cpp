@@ -1,10 +1,10 @@
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <span>
 
 #include "catalogue.h"
 #include "catalogueJson.h"
+#include "parseNumber.h"
 
 namespace sim
 {
@@ -18,7 +18,7 @@ struct Member {
 };
 using Members = std::span<const Member>;
 
-/** What a file's name says that it may be; the first kind holds when catalogue.json says nothing. */
+// What a file's name says that it may be; the first kind holds when catalogue.json says nothing.
 using Kinds = std::span<const db_content_type>;
 constexpr db_content_type videoKinds[] = {DB_CONTENT_TYPE_SINGLE_VIDEO, DB_CONTENT_TYPE_TIME_LAPSE_VIDEO};
 constexpr db_content_type chapterKinds[] = {DB_CONTENT_TYPE_CHAPTERED_VIDEO};
@@ -29,31 +29,22 @@ constexpr db_content_type photoGroupKinds[] = {DB_CONTENT_TYPE_BURST_PHOTO, DB_C
                                                DB_CONTENT_TYPE_NIGHT_LAPSE_PHOTO, DB_CONTENT_TYPE_CONTINUOUS_PHOTO};
 constexpr db_content_type sessionKinds[] = {DB_CONTENT_TYPE_METADATA_SESSION};
 
-/** Number in a part of a name; nothing when the part is not all digits. */
-std::optional<uint32_t> numberIn(std::string_view name, size_t position, size_t length)
-{
-    uint32_t value = 0;
-    const char *pEnd = name.data() + position + length;
-    const auto [pStop, error] = std::from_chars(name.data() + position, pEnd, value);
-    return error == std::errc() && pStop == pEnd ? std::optional(value) : std::nullopt;
-}
-
 bool isInGroup(const MediaFile &file)
 {
-    return file.name[0] == 'G' && numberIn(file.name, 1, 3) && !file.name.ends_with(".MET");
+    return file.name[0] == 'G' && parseNumber(file.name.substr(1, 3)) && !file.name.ends_with(".MET");
 }
 
-/** Which item a file belongs to, as a key that its files share, and the file's number in it. */
+// Which item a file belongs to, as a key that its files share, and the file's number in it.
 std::pair<std::string, uint32_t> placeOf(const CardFiles &files, const std::string &path, const MediaFile &file)
 {
     const std::string &name = file.name;
     if (isInGroup(file)) {
-        return {file.dir + '/' + name.substr(0, 4) + name.substr(8), *numberIn(name, 4, 4)};
+        return {file.dir + '/' + name.substr(0, 4) + name.substr(8), *parseNumber(name.substr(4, 4))};
     }
-    if (name.starts_with("MX") && name.ends_with(".MP4") && numberIn(name, 2, 2).value_or(0) != 0) {
+    if (name.starts_with("MX") && name.ends_with(".MP4") && parseNumber(name.substr(2, 2)).value_or(0) != 0) {
         const std::string first = file.dir + "/MOXE" + name.substr(4);
         if (files.contains(first)) {
-            return {first, *numberIn(name, 2, 2)};
+            return {first, *parseNumber(name.substr(2, 2))};
         }
     }
     return {path, 0};
@@ -72,7 +63,7 @@ Kinds kindsOf(Members members)
     return members.size() > 1 ? Kinds(chapterKinds) : video ? Kinds(videoKinds) : Kinds(photoKinds);
 }
 
-/** The kind that the files are told to be, which any of them may say. */
+// The kind that the files are told to be, which any of them may say.
 db_content_type kindOf(Members members)
 {
     const Kinds kinds = kindsOf(members);
@@ -99,7 +90,7 @@ void addUp(uint32_t &sum, uint32_t more)
     sum += std::min(more, std::numeric_limits<uint32_t>::max() - sum);
 }
 
-/** Adds a further file of a group to the whole. */
+// Adds a further file of a group to the whole.
 void addToWhole(MediaFile &whole, const Member &member, bool video)
 {
     const MediaFile &file = *member.pFile;
@@ -116,7 +107,7 @@ void addToWhole(MediaFile &whole, const Member &member, bool video)
     addUp(whole.lrvSize, file.lrvSize);
 }
 
-/** A mask of whole words for a group, all bits as told. */
+// A mask of whole words for a group, all bits as told.
 std::vector<uint8_t> mask(const db_group_content_info &group, uint8_t fill)
 {
     const size_t words = (group.last_number - group.first_number) / 32 + 1;
@@ -127,7 +118,7 @@ void fillGroup(Item &item, Members members)
 {
     db_group_content_info &group = item.group;
     const bool chapters = item.type == DB_CONTENT_TYPE_CHAPTERED_VIDEO;
-    group.group_number = *numberIn(item.whole.name, chapters ? 4 : 1, chapters ? 4 : 3);
+    group.group_number = *parseNumber(item.whole.name.substr(chapters ? 4 : 1, chapters ? 4 : 3));
     group.first_number = members.front().number;
     group.last_number = members.back().number;
     group.num_missing = group.last_number - group.first_number + 1 - static_cast<uint32_t>(members.size());
@@ -161,11 +152,11 @@ Item makeItem(Members members, db_content_type type)
         item.whole.size = item.whole.duration = item.whole.lrvSize = 0;
         item.whole.highlights.clear();
         for (const Member &member : members) {
-            addToWhole(item.whole, member, type <= DB_CONTENT_TYPE_TIME_LAPSE_VIDEO);
+            addToWhole(item.whole, member, isVideo(type));
         }
         fillGroup(item, members);
     }
-    if (type <= DB_CONTENT_TYPE_TIME_LAPSE_VIDEO && item.whole.highlights.size() > maxHighlights) {
+    if (isVideo(type) && item.whole.highlights.size() > maxHighlights) {
         throw CatalogueError("catalogue.json: " + item.path() + ": highlights: the chapters have more than " +
                              std::to_string(maxHighlights) + " in all");
     }
@@ -176,6 +167,11 @@ Item makeItem(Members members, db_content_type type)
 }
 
 } // namespace
+
+bool isVideo(db_content_type type)
+{
+    return type >= DB_CONTENT_TYPE_SINGLE_VIDEO && type <= DB_CONTENT_TYPE_TIME_LAPSE_VIDEO;
+}
 
 bool isGroup(db_content_type type)
 {

@@ -10,10 +10,46 @@ static_assert(DB_LIST_ENTRIES_OFFSET + sizeof(db_content_info) + 2 * sizeof(Gumi
                            sizeof(db_group_content_info) + 2 * maxSpan / 8) <=
               DB_MESSAGE_MAX_BYTES);
 
-static bool isVideo(db_content_type type)
+namespace
 {
-    return type >= DB_CONTENT_TYPE_SINGLE_VIDEO && type <= DB_CONTENT_TYPE_TIME_LAPSE_VIDEO;
+
+bool appendVideoRecord(Message &message, const MediaFile &file)
+{
+    db_video_specific_info video{};
+    video.lrv_size = file.lrvSize;
+    video.duration = file.duration;
+    video.avc_level = file.avcLevel;
+    video.avc_profile = file.avcProfile;
+    video.highlight_count = static_cast<uint32_t>(file.highlights.size());
+    video.is_clipped_file = (file.properties & DB_MEDIA_CLIPPED) != 0;
+    return message.appendRecord(video) &&
+           message.append({reinterpret_cast<const uint8_t *>(file.highlights.data()), 4 * file.highlights.size()});
 }
+
+// Passes on whether all was appended, and takes back what was when it was not all.
+bool wholeOrNothing(Message &message, size_t sizeBefore, bool appended)
+{
+    if (!appended) {
+        message.cut(sizeBefore);
+    }
+    return appended;
+}
+
+bool appendGumis(Message &message, const Item &item)
+{
+    return message.append(item.gumi) && (item.whole.clipOf.empty() || message.append(parentGumi(item.whole)));
+}
+
+bool appendByType(Message &message, const Item &item, uint32_t listOptions)
+{
+    if (isVideo(item.type) && !(isGroup(item.type) && (listOptions & DB_LIST_OPTION_VIDEO_GROUPING) != 0)) {
+        return appendVideoRecord(message, item.whole);
+    }
+    return !isGroup(item.type) || (message.appendRecord(item.group) && message.append(item.missingMask) &&
+                                   (isVideo(item.type) || message.append(item.highlightMask)));
+}
+
+} // namespace
 
 db_content_info contentInfo(const Item &item, const MediaFile &file)
 {
@@ -48,28 +84,6 @@ Gumi parentGumi(const MediaFile &file)
     return file.clipOf.empty() ? Gumi{} : gumiOf(file.clipOf);
 }
 
-static bool appendVideoRecord(Message &message, const MediaFile &file)
-{
-    db_video_specific_info video{};
-    video.lrv_size = file.lrvSize;
-    video.duration = file.duration;
-    video.avc_level = file.avcLevel;
-    video.avc_profile = file.avcProfile;
-    video.highlight_count = static_cast<uint32_t>(file.highlights.size());
-    video.is_clipped_file = (file.properties & DB_MEDIA_CLIPPED) != 0;
-    return message.appendRecord(video) &&
-           message.append({reinterpret_cast<const uint8_t *>(file.highlights.data()), 4 * file.highlights.size()});
-}
-
-/** Passes on whether all was appended, and takes back what was when it was not all. */
-static bool wholeOrNothing(Message &message, size_t sizeBefore, bool appended)
-{
-    if (!appended) {
-        message.cut(sizeBefore);
-    }
-    return appended;
-}
-
 bool appendVideo(Message &message, const Item &item, const MediaFile &file)
 {
     const size_t before = message.size();
@@ -85,20 +99,6 @@ bool appendGroup(Message &message, const Item &item)
     return wholeOrNothing(message, before,
                           message.appendRecord(contentInfo(item, item.whole)) && message.appendRecord(item.group) &&
                               message.append(item.missingMask) && message.append(item.highlightMask));
-}
-
-static bool appendGumis(Message &message, const Item &item)
-{
-    return message.append(item.gumi) && (item.whole.clipOf.empty() || message.append(parentGumi(item.whole)));
-}
-
-static bool appendByType(Message &message, const Item &item, uint32_t listOptions)
-{
-    if (isVideo(item.type) && !(isGroup(item.type) && (listOptions & DB_LIST_OPTION_VIDEO_GROUPING) != 0)) {
-        return appendVideoRecord(message, item.whole);
-    }
-    return !isGroup(item.type) || (message.appendRecord(item.group) && message.append(item.missingMask) &&
-                                   (isVideo(item.type) || message.append(item.highlightMask)));
 }
 
 bool appendEntry(Message &message, const Item &item, uint32_t listOptions)

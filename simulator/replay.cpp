@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -7,6 +6,7 @@
 #include <iterator>
 
 #include "database.h"
+#include "parseNumber.h"
 #include "replay.h"
 
 namespace sim
@@ -19,7 +19,7 @@ constexpr size_t tokenInRequest = offsetof(db_request_header, token);
 constexpr size_t tokenInAnswer = offsetof(db_response_header, token);
 constexpr size_t tokenBytes = sizeof(uint32_t);
 
-/** Bytes of a request that a line on standard error shows; enough for any request about one file. */
+// Bytes of a request that a line on standard error shows; enough for any request about one file.
 constexpr size_t shownBytes = sizeof(db_upload_status_request);
 
 Replay::Octets withoutToken(Replay::Octets request)
@@ -42,16 +42,7 @@ void reportUnknown(Bytes request)
     std::cerr << line << (request.size() > shownBytes ? " ...\n" : "\n");
 }
 
-/** Reads all of a text as a number; nothing when it is none. */
-std::optional<unsigned> number(std::string_view text, int base)
-{
-    unsigned value = 0;
-    const char *pEnd = text.data() + text.size();
-    const auto [pStop, error] = std::from_chars(text.data(), pEnd, value, base);
-    return error == std::errc() && pStop == pEnd ? std::optional(value) : std::nullopt;
-}
-
-/** Reads a recording line by line. */
+// Reads a recording line by line.
 class RecordingReader
 {
   public:
@@ -96,28 +87,29 @@ class RecordingReader
         }
     }
 
-    /** "[offset/total]: xx xx ...", both numbers with five digits, the bytes apart by any number of blanks. */
+    // "[offset/total]: xx xx ...", both numbers with five digits, the bytes apart by any number of blanks.
     void readBytes(std::string_view line)
     {
         require(reading_ != Reading::other, "bytes without \"Snd :\" or \"Rcv :\" in front");
         const bool framed = line.size() >= 14 && line[6] == '/' && line.substr(12, 2) == "]:";
-        const auto offset = framed ? number(line.substr(1, 5), 10) : std::nullopt;
-        const auto total = framed ? number(line.substr(7, 5), 10) : std::nullopt;
-        require(offset && total, "not \"[offset/length]:\"");
-        require(*total <= DB_MESSAGE_MAX_BYTES, "a message of more than 1500 bytes");
-        require(*offset == message_.size() && (*offset == 0 || *total == total_) && *offset < *total,
+        constexpr uint32_t none = UINT32_MAX;
+        const uint32_t offset = framed ? parseNumber(line.substr(1, 5)).value_or(none) : none;
+        const uint32_t total = framed ? parseNumber(line.substr(7, 5)).value_or(none) : none;
+        require(offset != none && total != none, "not \"[offset/length]:\"");
+        require(total <= DB_MESSAGE_MAX_BYTES, "a message of more than 1500 bytes");
+        require(offset == message_.size() && (offset == 0 || total == total_) && offset < total,
                 "bytes that do not go on with the message");
-        total_ = *total;
+        total_ = total;
         line.remove_prefix(14);
         for (size_t at; (at = line.find_first_not_of(' ')) != line.npos; line.remove_prefix(at)) {
             line.remove_prefix(at);
             at = std::min(line.find(' '), line.size());
-            const auto byte = at == 2 ? number(line.substr(0, at), 16) : std::nullopt;
+            const auto byte = at == 2 ? parseNumber(line.substr(0, at), UINT8_MAX, 16) : std::nullopt;
             require(byte.has_value(), "not a byte of two hexadecimal digits");
             message_.push_back(static_cast<uint8_t>(*byte));
-            require(message_.size() <= std::min(*offset + bytesInLine, total_), "too many bytes");
+            require(message_.size() <= std::min(offset + bytesInLine, total_), "too many bytes");
         }
-        require(message_.size() == std::min(*offset + bytesInLine, total_), "too few bytes");
+        require(message_.size() == std::min(offset + bytesInLine, total_), "too few bytes");
     }
 
     void endMessage()
@@ -136,10 +128,10 @@ class RecordingReader
 
     const std::string &name_;
     size_t line_ = 0;
-    Reading reading_ = Reading::other;      ///< what the message at hand is
-    Replay::Octets message_;                ///< the bytes of it so far
-    size_t total_ = 0;                      ///< the bytes it is to have
-    std::optional<Replay::Octets> request_; ///< one that waits for its answer
+    Reading reading_ = Reading::other;      // what the message at hand is
+    Replay::Octets message_;                // the bytes of it so far
+    size_t total_ = 0;                      // the bytes it is to have
+    std::optional<Replay::Octets> request_; // one that waits for its answer
     Replay replay_;
 };
 

@@ -18,12 +18,12 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/** Files of one name pattern, in which their number stands for the hash signs. */
+// Files of one name pattern, in which their number stands for the hash signs.
 struct Row {
     const char *pPattern;
     uint32_t first;
     uint32_t last;
-    uint32_t size; ///< of the first file; each further one has some bytes more
+    uint32_t size; // of the first file; each further one has some bytes more
 };
 
 constexpr Row rows[] = {
@@ -114,10 +114,10 @@ constexpr char sampleJson[] = R"({
 }
 )";
 
-/** 17 May 2020, 10:00:00 UTC: time of a sample card's first file. Each further file is 7 seconds younger. */
+// 17 May 2020, 10:00:00 UTC: time of a sample card's first file. Each further file is 7 seconds younger.
 constexpr time_t firstTime = 1589709600;
 
-/** Writes files below a card, each once. */
+// Writes files below a card, each once.
 class CardWriter
 {
   public:
@@ -151,7 +151,7 @@ class CardWriter
             scanned_ += row.last - row.first + 1;
         }
     }
-    /** Files so far that a scan of the card comes upon, LRV files included. */
+    // Files so far that a scan of the card comes upon, LRV files included.
     uint32_t scanned() const
     {
         return scanned_;
@@ -163,7 +163,7 @@ class CardWriter
     uint32_t scanned_ = 0;
 };
 
-/** Writes the item with an index of a large card: a photo, a video, a chaptered video, a burst, and so on. */
+// Writes the item with an index of a large card: a photo, a video, a chaptered video, a burst, and so on.
 void writeFiller(CardWriter &writer, uint32_t index, uint32_t filler)
 {
     constexpr uint32_t perFolder = 500;

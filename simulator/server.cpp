@@ -14,9 +14,6 @@
 namespace sim
 {
 
-/** Waits for more changes of the card, so that many in a row cost one catalogue; and for descriptors to come free. */
-static constexpr std::chrono::milliseconds pauseTime{100};
-
 Channel::Channel(const std::string &path) : path_(path)
 {
     const auto require = [&path](bool good) {

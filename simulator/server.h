@@ -60,6 +60,8 @@ class Server
 
   private:
     using Clock = std::chrono::steady_clock;
+    /** Waits for more changes of the card, so that many in a row cost one catalogue; and for free descriptors. */
+    static constexpr std::chrono::milliseconds pauseTime{100};
     struct Client {
         UniqueFd fd;
         std::optional<Delivery> answer; ///< one that has not gone yet; until it has, no further request is read

@@ -14,14 +14,19 @@ namespace sim
 
 namespace fs = std::filesystem;
 
-static constexpr size_t recordBytes = 25;
+namespace
+{
 
-static std::string recordOf(const std::string &path, uint32_t status)
+constexpr size_t recordBytes = 25;
+
+std::string recordOf(const std::string &path, uint32_t status)
 {
     char digits[4];
     snprintf(digits, sizeof digits, "%02u ", status % 100);
     return digits + path + '\n';
 }
+
+} // namespace
 
 UploadStore::UploadStore(const fs::path &card) : file_(card / "MISC" / "upload_status")
 {
