@@ -22,14 +22,15 @@ constexpr uint32_t uploadStatusEnd = UPLOAD_STATUS_HISTOGRAM_SIZE - 1;
 void requireNoContext(const void *pContext, const char *pDetail = "Incorrect context pointer.\n\033[0m")
 {
     if (pContext != nullptr) {
-        fail("context == NULL", "%s", pDetail);
+        failCheck("context == NULL", "%s", pDetail);
     }
 }
 
 void requireUploadStatus(const cah_item_s *cahItem)
 {
     if (cahItem->upload_status >= uploadStatusEnd) {
-        fail("cahItem->upload_status < UPLOAD_STATUS_HISTOGRAM_SIZE - 1", "Invalid cahItem upload status.\n\033[0m");
+        failCheck("cahItem->upload_status < UPLOAD_STATUS_HISTOGRAM_SIZE - 1",
+                  "Invalid cahItem upload status.\n\033[0m");
     }
 }
 
@@ -59,8 +60,8 @@ bool isItemUnderTest(const cah_item_s *cahItem)
 void requireItemUnderTest(const cah_item_s *cahItem, uint32_t reportedIndex)
 {
     if (!isItemUnderTest(cahItem)) {
-        fail("!memcmp(&gItems[gIdx].desc, cahItem, sizeof(struct cah_item_s))", "Item %d does not match.\n\033[0m",
-             reportedIndex);
+        failCheck("!memcmp(&gItems[gIdx].desc, cahItem, sizeof(struct cah_item_s))", "Item %d does not match.\n\033[0m",
+                  reportedIndex);
     }
 }
 
@@ -70,30 +71,28 @@ class FilePath
   public:
     FilePath(const char *pDirName, const char *pFileName)
     {
-        add(pDirName);
-        add("/");
-        add(pFileName);
-    }
-    std::string_view view() const
-    {
-        return {text_, length_};
+        const size_t dirLength = strlen(pDirName);
+        const size_t fileLength = strlen(pFileName);
+        if (dirLength + 1 + fileLength >= sizeof short_) {
+            long_.append(pDirName).append("/").append(pFileName);
+            return;
+        }
+        memcpy(short_, pDirName, dirLength);
+        short_[dirLength] = '/';
+        memcpy(short_ + dirLength + 1, pFileName, fileLength + 1);
     }
     const char *text() const
     {
-        return text_;
+        return long_.empty() ? short_ : long_.c_str();
+    }
+    std::string_view view() const
+    {
+        return text();
     }
 
   private:
-    void add(const char *pPart)
-    {
-        const size_t length = strnlen(pPart, sizeof text_ - 1 - length_);
-        memcpy(text_ + length_, pPart, length);
-        length_ += length;
-        text_[length_] = '\0';
-    }
-
-    char text_[64]; // names have 8 and 12 characters
-    size_t length_ = 0;
+    char short_[DB_DIR_NAME_BYTES + 1 + DB_FILE_NAME_BYTES + 1];
+    std::string long_; // for names longer than those of the database
 };
 
 // Files come in the order in which they are known, some of them perhaps missing. So the search goes on where the last
@@ -118,19 +117,19 @@ void countFile(uint32_t position, const char *pDirName, const char *pFileName)
 {
     const FilePath path(pDirName, pFileName);
     if (position >= gItems.size() || !takeFile(&gItems[position], path.view())) {
-        fail("find(files.begin(), files.end(), path.str()) != files.end()", "Missing file %s for item %d.\n\033[0m",
-             path.text(), position);
+        failCheck("find(files.begin(), files.end(), path.str()) != files.end()",
+                  "Missing file %s for item %d.\n\033[0m", path.text(), position);
     }
     const auto it = gFileMap.find(path.view());
     if (it == gFileMap.end()) {
-        fail("it != gFileMap.end()", "Missing file %s in global file map.\n\033[0m", path.text());
+        failCheck("it != gFileMap.end()", "Missing file %s in global file map.\n\033[0m", path.text());
     }
     ++it->second;
 }
 
 } // namespace
 
-void fail(const char *pExpression, const char *pDetail, ...)
+void failCheck(const char *pExpression, const char *pDetail, ...)
 {
     printf("\033[31mASSERT %s failed\n", pExpression);
     va_list arguments;
@@ -179,7 +178,7 @@ void addFile(void *context, const char *pDirName, const char *pFileName)
     requireNoContext(context);
     const FilePath path(pDirName, pFileName);
     if (gItems.empty()) {
-        fail("!gItems.empty()", "File %s belongs to no item.\n\033[0m", path.text());
+        failCheck("!gItems.empty()", "File %s belongs to no item.\n\033[0m", path.text());
     }
     ConsistencyItem &item = gItems.back();
     item.files.emplace_back(path.view());
@@ -187,7 +186,7 @@ void addFile(void *context, const char *pDirName, const char *pFileName)
     const size_t known = gFileMap.size();
     gFileMap.emplace_hint(gFileMap.end(), path.view(), 0);
     if (gFileMap.size() == known) {
-        fail("i == gFileMap.end()", "Duplicate file entry found in item %d: %s\n\033[0m", item.index, path.text());
+        failCheck("i == gFileMap.end()", "Duplicate file entry found in item %d: %s\n\033[0m", item.index, path.text());
     }
 }
 

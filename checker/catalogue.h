@@ -42,7 +42,7 @@ extern std::map<std::string, int32_t, std::less<>> gFileMap;
  * @param pExpression text of the expression that does not hold
  * @param pDetail text for printf, with what it takes
  */
-[[noreturn]] void fail(const char *pExpression, const char *pDetail, ...) __attribute__((format(printf, 2, 3)));
+[[noreturn]] void failCheck(const char *pExpression, const char *pDetail, ...) __attribute__((format(printf, 2, 3)));
 
 /*
  * Callbacks of a walk. Each throws when a check fails. The context must be null.

@@ -46,15 +46,15 @@ int readItems(checkRun *pRun, uint32_t count, uint32_t start, cahItemCallback it
 void requireSession(const checkRun &run, const char *pExpression)
 {
     if (run.sid != run.sessionId) {
-        fail(pExpression, "Session id changed from %d to %d\n\033[0m", run.sessionId, run.sid);
+        failCheck(pExpression, "Session id changed from %d to %d\n\033[0m", run.sessionId, run.sid);
     }
 }
 
 void requireItemCount(const checkRun &run)
 {
     if (gItems.size() != run.total) {
-        fail("gItems.size() == total", "Number of items returned (%d) does not match db total(%d)\n\033[0m",
-             static_cast<int>(gItems.size()), run.total);
+        failCheck("gItems.size() == total", "Number of items returned (%d) does not match db total(%d)\n\033[0m",
+                  static_cast<int>(gItems.size()), run.total);
     }
 }
 
@@ -62,7 +62,7 @@ void requireSeen(int32_t passes, const char *pExpression, const char *pDetail)
 {
     for (const auto &[path, seen] : gFileMap) {
         if (seen != passes) {
-            fail(pExpression, pDetail, path.c_str());
+            failCheck(pExpression, pDetail, path.c_str());
         }
     }
 }
@@ -107,7 +107,7 @@ void readForward(checkRun *pRun, uint32_t pageSize)
         ret = readItems(pRun, pageSize, index, addItem, addFile);
         requireSession(*pRun, "sid == sessionId");
         if (ret < 0) {
-            fail("ret >= 0", "dbGetCAHList returned %d\n\033[0m", ret);
+            failCheck("ret >= 0", "dbGetCAHList returned %d\n\033[0m", ret);
         }
         strayPages += gItems.size() == known || gItems.size() > pRun->total ? 1 : 0;
         index += static_cast<uint32_t>(ret);
@@ -121,7 +121,7 @@ void readPageBackward(checkRun *pRun, uint32_t start, uint32_t size)
         gIdx = start + static_cast<uint32_t>(count);
         const int ret = readItems(pRun, size - static_cast<uint32_t>(count), gIdx, verifyItemForward, verifyFileBefore);
         if (ret <= 0) {
-            fail("ret > 0", "dbGetCAHList returned %d\n\033[0m", ret);
+            failCheck("ret > 0", "dbGetCAHList returned %d\n\033[0m", ret);
         }
         requireSession(*pRun, "sessionId == sid");
         count += static_cast<uint64_t>(ret);
@@ -143,7 +143,7 @@ void readBySize(checkRun *pRun)
     for (gIdx = 0; gIdx < pRun->total; ++gIdx) {
         const int ret = readItems(pRun, 1, gItems[gIdx].index, verifyItem, verifyFile);
         if (ret != 1) {
-            fail("ret == 1", "dbGetCAHList returned %d\n\033[0m", ret);
+            failCheck("ret == 1", "dbGetCAHList returned %d\n\033[0m", ret);
         }
         requireSession(*pRun, "sessionId == sid");
     }
@@ -154,49 +154,47 @@ void startRun(checkRun *pRun, int32_t pageSize)
     gItems.clear();
     gFileMap.clear();
     if (pageSize < 1) {
-        fail("pageSize > 0", "Invalid page size %d.\n\033[0m", pageSize);
+        failCheck("pageSize > 0", "Invalid page size %d.\n\033[0m", pageSize);
     }
     const int ret =
         dbGetCAHList(0, 0, DB_CALLERS_TOKEN, nullptr, nullptr, nullptr, nullptr, &pRun->sessionId, &pRun->total);
     if (ret != 0) {
-        fail("ret == 0", "dbGetCAHList returned %d\n\033[0m", ret);
+        failCheck("ret == 0", "dbGetCAHList returned %d\n\033[0m", ret);
     }
     printf("total items: %u, session id: 0x%08X\n", pRun->total, pRun->sessionId);
-    clearHistogram();
 }
 
-void checkForward(checkRun *pRun, uint32_t pageSize)
+// One reading of the whole catalogue, and what must hold behind it.
+template <typename Read, typename Require>
+void checkReading(const char *pLabel, Read read, Require require)
 {
-    startPhase("Phase 1...");
+    startPhase(pLabel);
+    clearHistogram();
     const time_t begin = time(nullptr);
-    readForward(pRun, pageSize);
+    read();
     const time_t end = time(nullptr);
-    requireItemCount(*pRun);
+    require();
     reportPhase(begin, end);
-    clearHistogram();
 }
 
-void checkBackward(checkRun *pRun, uint32_t pageSize)
+void sortBySize()
 {
-    startPhase("Phase 2...");
-    const time_t begin = time(nullptr);
-    readBackward(pRun, pageSize);
-    const time_t end = time(nullptr);
-    requireSeen(1, "it->second == 1", "File: %s was not found or duplicated in second pass\n\033[0m");
-    reportPhase(begin, end);
-    clearHistogram();
-}
-
-void checkBySize(checkRun *pRun)
-{
-    startPhase("Phase 3...");
     std::sort(gItems.begin(), gItems.end(),
               [](const ConsistencyItem &a, const ConsistencyItem &b) { return a.desc.size < b.desc.size; });
-    const time_t begin = time(nullptr);
-    readBySize(pRun);
-    const time_t end = time(nullptr);
-    requireSeen(2, "it->second == 2", "File: %s was not found or duplicated in second pass\n\033[0m");
-    reportPhase(begin, end);
+}
+
+void checkReadings(checkRun *pRun, uint32_t pageSize)
+{
+    const auto requireSeenInAll = [](int32_t passes, const char *pExpression) {
+        requireSeen(passes, pExpression, "File: %s was not found or duplicated in second pass\n\033[0m");
+    };
+    checkReading(
+        "Phase 1...", [=] { readForward(pRun, pageSize); }, [=] { requireItemCount(*pRun); });
+    checkReading(
+        "Phase 2...", [=] { readBackward(pRun, pageSize); }, [=] { requireSeenInAll(1, "it->second == 1"); });
+    sortBySize();
+    checkReading(
+        "Phase 3...", [=] { readBySize(pRun); }, [=] { requireSeenInAll(2, "it->second == 2"); });
 }
 
 std::string cardFilePath(const mxml_scan_entry &entry)
@@ -210,7 +208,7 @@ std::string cardFilePath(const mxml_scan_entry &entry)
             return path;
         }
     }
-    fail("false", "Unhandled dir_type: '%c'\n\033[0m", entry.dir_type);
+    failCheck("false", "Unhandled dir_type: '%c'\n\033[0m", entry.dir_type);
 }
 
 void countCardFile(const std::string &path)
@@ -237,7 +235,7 @@ void checkCard()
     const time_t end = time(nullptr);
     const scanResult result(pBlock);
     if (ret != SCANDIR_NO_ERROR) {
-        fail("ret == SCANDIR_NO_ERROR", "mxml_scandir returned %d\033[0m", ret);
+        failCheck("ret == SCANDIR_NO_ERROR", "mxml_scandir returned %d\033[0m", ret);
     }
     const auto *pEntries = reinterpret_cast<const mxml_scan_entry *>(result.get() + 1);
     std::for_each_n(pEntries, count, [](const mxml_scan_entry &entry) { countCardFile(cardFilePath(entry)); });
@@ -252,9 +250,7 @@ int checkConsistency(int32_t pageSize)
     try {
         checkRun run;
         startRun(&run, pageSize);
-        checkForward(&run, static_cast<uint32_t>(pageSize));
-        checkBackward(&run, static_cast<uint32_t>(pageSize));
-        checkBySize(&run);
+        checkReadings(&run, static_cast<uint32_t>(pageSize));
         checkCard();
         return 0;
     } catch (const std::exception &) {

@@ -151,14 +151,14 @@ int readFolder(const char *pPath, int (*filter)(const dirent64 *), nameList *pLi
 }
 
 // Adds a file to the block, unless the block is full or the file is gone again.
-void addFile(scanBlock *pBlock, const mxml_scan_entry &folder, const char *pPath, const char *pFileName)
+void addEntry(scanBlock *pBlock, const mxml_scan_entry &folder, const char *pPath, const char *pFileName)
 {
     struct stat status = {};
     if (stat(pPath, &status) != 0 || pBlock->count >= SCAN_MAX_ENTRIES) {
         return;
     }
     mxml_scan_entry entry = folder;
-    memcpy(entry.name, pFileName, SCAN_NAME_BYTES);
+    memcpy(entry.name, pFileName, strnlen(pFileName, SCAN_NAME_BYTES - 1));
     entry.size = static_cast<uint32_t>(status.st_size);
     entry.mtime = static_cast<uint32_t>(status.st_mtime);
     memcpy(pBlock->pBytes + sizeof(mxml_scan_header) + pBlock->count * sizeof entry, &entry, sizeof entry);
@@ -174,19 +174,23 @@ void addFolder(scanBlock *pBlock, const char *pRootPath, const char *pFolderName
         return;
     }
     const scanFolderKind *pKind = folderKindOf(pFolderName);
-    // From here on the path ends in a file's name, which always takes the same room.
-    char *const pFileName = path + length + 1;
-    if (pKind == nullptr || SCAN_NAME_BYTES > path + sizeof path - pFileName) {
+    if (pKind == nullptr) {
         return;
     }
-    pFileName[-1] = '/';
+    // From here on the path ends in a file's name.
+    path[length] = '/';
+    char *const pFileName = path + length + 1;
+    const size_t room = sizeof path - static_cast<size_t>(length) - 1;
     mxml_scan_entry folder = {};
     folder.dir_number =
         static_cast<uint16_t>((pFolderName[0] - '0') * 100 + (pFolderName[1] - '0') * 10 + (pFolderName[2] - '0'));
     folder.dir_type = pKind->type;
     for (int i = 0; i < files.count; ++i) {
-        memcpy(pFileName, files.ppNames[i]->d_name, SCAN_NAME_BYTES);
-        addFile(pBlock, folder, path, pFileName);
+        const size_t nameBytes = strlen(files.ppNames[i]->d_name) + 1;
+        if (nameBytes <= room) {
+            memcpy(pFileName, files.ppNames[i]->d_name, nameBytes);
+            addEntry(pBlock, folder, path, pFileName);
+        }
     }
 }
 

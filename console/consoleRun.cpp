@@ -5,6 +5,7 @@
 #include <mqueue.h>
 
 #include "commands.h"
+#include "fillField.h"
 #include "input.h"
 #include "usage.h"
 
@@ -34,7 +35,7 @@ bool getCommandLine(consoleState *pConsole)
 {
     if (!pConsole->interactive) {
         const char *pWord = pConsole->argv[commandWordArgument];
-        keepText(pConsole->line, CONSOLE_LINE_MAX_BYTES, pWord);
+        fillField(pConsole->line, CONSOLE_LINE_MAX_BYTES, pWord);
         return true;
     }
     const bool wasRead = askLine(pConsole, "> ");
@@ -58,9 +59,7 @@ commandEnd runCommand(consoleState *pConsole)
     return end;
 }
 
-} // namespace
-
-int consoleRun(int argc, char **argv)
+int runUntilEnd(int argc, char **argv)
 {
     consoleState console = {};
     console.argc = argc;
@@ -89,6 +88,19 @@ int consoleRun(int argc, char **argv)
         }
     }
     return end.status;
+}
+
+} // namespace
+
+int consoleRun(int argc, char **argv)
+{
+    const int status = runUntilEnd(argc, argv);
+    // A verdict that nobody can read is none.
+    if (status >= 0 && (fflush(stdout) != 0 || ferror(stdout) != 0)) {
+        perror("standard output");
+        return -1;
+    }
+    return status;
 }
 
 commandEnd endOnFailedCall(const char *pCallName, int ret)

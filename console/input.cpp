@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fillField.h"
 #include "utilLog.h"
 
 namespace
@@ -42,7 +43,7 @@ const char *nextText(consoleState *pConsole, const char *pPrompt)
 void inputName(consoleState *pConsole, const char *pPrompt, const char *pDefault, char *pName, size_t width)
 {
     const char *pText = nextText(pConsole, pPrompt);
-    keepText(pName, width, pText != nullptr ? pText : pDefault);
+    fillField(pName, width, pText != nullptr ? pText : pDefault);
 }
 
 // A number of 32 bits, signed or not: option masks above the signed range are typed in decimal, too.
@@ -86,12 +87,6 @@ bool askLine(consoleState *pConsole, const char *pPrompt)
     fflush(stdout);
     memset(pConsole->line, 0, sizeof pConsole->line);
     return fgets(pConsole->line, CONSOLE_LINE_MAX_BYTES, stdin) != nullptr;
-}
-
-void keepText(char *pField, size_t width, const char *pText)
-{
-    memset(pField, 0, width);
-    memcpy(pField, pText, strnlen(pText, width));
 }
 
 bool argumentIsLeft(const consoleState *pConsole)

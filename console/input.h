@@ -6,7 +6,6 @@
 #ifndef INPUT_H
 #define INPUT_H
 
-#include <cstddef>
 #include <cstdint>
 
 #include "consoleRun.h"
@@ -29,9 +28,6 @@ enum negativeLoopCount { NEGATIVE_MAKES_NO_PASS, NEGATIVE_MAKES_ONE_PASS };
  * @return whether there was one; at the end of standard input the line is empty
  */
 bool askLine(consoleState *pConsole, const char *pPrompt);
-
-/** Fills a field of `width` bytes with the start of a text, and with zeros behind it. */
-void keepText(char *pField, size_t width, const char *pText);
 
 /** Whether an argument is left for the next value. False in interactive mode, too. */
 bool argumentIsLeft(const consoleState *pConsole);

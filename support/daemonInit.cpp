@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,13 +38,4 @@ int daemon_init_ext(int coreDump)
 int daemon_init(void)
 {
     return daemon_init_ext(0);
-}
-
-const char *skipBlanks(const char *pText)
-{
-    if (pText == nullptr) {
-        return nullptr;
-    }
-    pText += strspn(pText, " \t");
-    return *pText == '\0' ? nullptr : pText;
 }

@@ -1,6 +1,6 @@
 /**
  * @file daemonInit.h
- * Making a process a daemon, and skipping blanks.
+ * Making a process a daemon. Part of the interface, without a caller in the console.
  */
 #ifndef DAEMON_INIT_H
 #define DAEMON_INIT_H
@@ -17,9 +17,6 @@ int daemon_init_ext(int coreDump);
 
 /** daemon_init_ext without core dumps. */
 int daemon_init(void);
-
-/** First character of a text that is neither blank nor tab; null for a null text and for a text of blanks only. */
-const char *skipBlanks(const char *pText);
 
 } // extern "C"
 

@@ -1,6 +1,7 @@
 /**
  * @file errorNames.h
- * Names of error codes and of camera models.
+ * Names of error codes and of camera models. Part of the interface, without a caller in the console, which exports the
+ * table of error codes all the same.
  */
 #ifndef ERROR_NAMES_H
 #define ERROR_NAMES_H

@@ -1,3 +1,5 @@
+// The two public calls that walk the catalogue: what each asks for, and the exchange of one page. What becomes of its
+// entries is in cahWalk.cpp.
 #include "cahQuery.h"
 #include "cahWalk.h"
 #include "elapsed.h"

@@ -3,6 +3,7 @@
 #include "httpStatus.h"
 #include "listHeader.h"
 #include "mxMediaRTOSDB.h"
+#include "responseCounts.h"
 #include "rtosConnection.h"
 #include "typedResponse.h"
 #include "utilLog.h"

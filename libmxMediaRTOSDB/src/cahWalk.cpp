@@ -1,3 +1,13 @@
+// The entries of one page, which cahIteration.cpp asks for.
+//
+// listEntry.cpp reads the same records for documents: it makes text of all of them, and so refuses an entry that was
+// not received whole. A walk hands on less, and asks for less:
+// - Of a missing mask the bytes that hold the members' bits must be there, not those that fill up its last word. The
+//   highlights of a video and the highlight mask are passed over, as far as they were received.
+// - It never asks for GUMIs. If they come all the same, a transcode has a parent's, too.
+// - Chapters are read as a group whatever `list_options` says.
+// - An entry that is cut short ends the walk with the number of those before it, a malformed one with -1, so the two
+//   are told apart.
 #include "cahWalk.h"
 
 #include <algorithm>
@@ -5,9 +15,11 @@
 #include <cstring>
 
 #include "cahQuery.h"
-#include "fieldFormatters.h"
+#include "contentType.h"
+#include "fieldText.h"
+#include "fillField.h"
 #include "listHeader.h"
-#include "request.h"
+#include "responseCounts.h"
 #include "utilLog.h"
 #include "wireCursor.h"
 #include "wireLog.h"
@@ -166,7 +178,7 @@ uint32_t durationOfMembers(const cahEntry *pEntry)
     char format[formatBytes];
     char name[fileTextBytes];
     makeNameFormat(pEntry, format);
-    copyWireText(name, pEntry->fileName, sizeof name);
+    fillField(name, sizeof name, pEntry->fileName);
     uint32_t sum = 0;
     forEachMember(pEntry, [&](uint32_t number) {
         uint32_t duration = 0;
@@ -242,17 +254,12 @@ entryResult readPhotoGroup(wireCursor *pCursor, size_t received, cahEntry *pEntr
 
 entryResult readRecord(wireCursor *pCursor, size_t received, cahEntry *pEntry)
 {
-    switch (pEntry->item.content_type) {
-    case DB_CONTENT_TYPE_SINGLE_VIDEO:
-    case DB_CONTENT_TYPE_TIME_LAPSE_VIDEO:
+    switch (contentTypeOf(pEntry->item.content_type).kind) {
+    case ITEM_VIDEO:
         return readVideo(pCursor, pEntry);
-    case DB_CONTENT_TYPE_LOOPED_VIDEO:
-    case DB_CONTENT_TYPE_CHAPTERED_VIDEO:
+    case ITEM_CHAPTER_GROUP:
         return readVideoGroup(pCursor, received, pEntry);
-    case DB_CONTENT_TYPE_BURST_PHOTO:
-    case DB_CONTENT_TYPE_TIME_LAPSE_PHOTO:
-    case DB_CONTENT_TYPE_NIGHT_LAPSE_PHOTO:
-    case DB_CONTENT_TYPE_CONTINUOUS_PHOTO:
+    case ITEM_PHOTO_GROUP:
         return readPhotoGroup(pCursor, received, pEntry);
     default:
         return ENTRY_COMPLETE;
@@ -277,8 +284,8 @@ entryResult readEntry(wireCursor *pCursor, size_t received, uint32_t listOptions
     item.upload_status = pInfo->uploadStatus;
     item.creation_time = pInfo->creation_time;
     item.extra_bits = pInfo->extra_bits & 0x7F;
-    copyWireText(pEntry->dirName, pInfo->dir_name, DB_DIR_NAME_BYTES);
-    copyWireText(pEntry->fileName, pInfo->file_name, DB_FILE_NAME_BYTES);
+    fillField(pEntry->dirName, DB_DIR_NAME_BYTES, pInfo->dir_name);
+    fillField(pEntry->fileName, DB_FILE_NAME_BYTES, pInfo->file_name);
     item.dir_name = pEntry->dirName;
     item.file_name = pEntry->fileName;
     if ((listOptions & DB_LIST_OPTION_INCLUDE_GUMI) != 0) {

@@ -1,6 +1,6 @@
 /**
  * @file cahWalk.h
- * The walk through the entries of a list response, with its callbacks.
+ * The walk through the entries of one page of the catalogue, with its callbacks.
  */
 #ifndef CAH_WALK_H
 #define CAH_WALK_H

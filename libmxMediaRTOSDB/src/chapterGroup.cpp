@@ -5,6 +5,7 @@
 
 #include "groupNumbers.h"
 #include "request.h"
+#include "responseCounts.h"
 #include "utilLog.h"
 
 namespace

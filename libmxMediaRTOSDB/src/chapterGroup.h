@@ -26,7 +26,7 @@ struct chapterAnswer {
  * Asks for all files of a group: the first by the name of the item, the others by names that are built. Files beyond
  * `DB_FILE_REQUEST_MAX_FILES`, and files from the first number on that is too wide for a name, are left out with a
  * warning.
- * @param pEntry of the kind `LIST_ENTRY_CHAPTER_GROUP`
+ * @param pEntry of the kind `ITEM_CHAPTER_GROUP`
  * @param namesAreLogged whether the missing mask and the built names are logged
  */
 listFailure askForChapters(mxIpcHandle *pHandle, const listEntry *pEntry, bool namesAreLogged, chapterAnswer *pAnswer);

@@ -2,6 +2,7 @@
 
 #include "elapsed.h"
 #include "ipcMessage.h"
+#include "responseCounts.h"
 #include "utilLog.h"
 #include "wireLog.h"
 

@@ -5,11 +5,19 @@
 #include "httpStatus.h"
 #include "utilLog.h"
 
-int documentCardID(char (&cardId)[CARD_ID_BYTES], int status)
+bool readCardID(char (&cardId)[CARD_ID_BYTES])
 {
     if (getCardIDStr(cardId) < 0) {
-        UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "getCardIDStr ret < 0");
         snprintf(cardId, sizeof cardId, "0");
+        return false;
+    }
+    return true;
+}
+
+int documentCardID(char (&cardId)[CARD_ID_BYTES], int status)
+{
+    if (!readCardID(cardId)) {
+        UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "getCardIDStr ret < 0");
         return HTTP_NOT_FOUND;
     }
     return status;

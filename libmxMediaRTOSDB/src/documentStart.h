@@ -9,8 +9,15 @@
 #include "rtosConnection.h"
 
 /**
+ * Reads the card's identity, and logs nothing.
+ * @param cardId receives the identity; "0" when there is none
+ * @return whether there is one
+ */
+bool readCardID(char (&cardId)[CARD_ID_BYTES]);
+
+/**
  * Reads the card's identity for a document.
- * @param cardId receives the identity; "0" when there is none, which is logged
+ * @param cardId as readCardID, but that there is none is logged
  * @param status status of the document so far
  * @return `status`, or 404 when there is no identity, whatever `status` was
  */

@@ -1,9 +1,9 @@
 #include "fieldFormatters.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "fieldTable.h"
+#include "fieldText.h"
 #include "utilLog.h"
 #include "wireCursor.h"
 
@@ -121,40 +121,6 @@ constexpr fieldRow<db_more_info> moreInfoFields[] = {
 };
 
 } // namespace
-
-const char *gumiDigits(char (&digits)[GUMI_DIGITS_BYTES], const uint8_t *pGUMI)
-{
-    constexpr char hexadecimal[] = "0123456789abcdef";
-    char *pDigit = digits;
-    for (int i = 0; i < DB_GUMI_BYTES; ++i) {
-        *pDigit++ = hexadecimal[pGUMI[i] >> 4];
-        *pDigit++ = hexadecimal[pGUMI[i] & 0xF];
-    }
-    *pDigit = '\0';
-    return digits;
-}
-
-const char *decimalDigits(char (&digits)[DECIMAL_DIGITS_BYTES], uint64_t value)
-{
-    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
-    return digits;
-}
-
-const char *audioOptionWord(uint32_t mediaProperties)
-{
-    if (mediaProperties & DB_MEDIA_AUDIO_OPTION_AUTO) {
-        return "auto";
-    }
-    if (mediaProperties & DB_MEDIA_AUDIO_OPTION_WIND) {
-        return "wind";
-    }
-    return mediaProperties & DB_MEDIA_AUDIO_OPTION_STEREO ? "stereo" : "off";
-}
-
-void appendNumber(mxMediaDBOutput *pMXMOut, int *pStatus, const char *pPrepend, const char *pKey, uint32_t value)
-{
-    appendEntry(pMXMOut, pStatus, "%s\"%s\":\"%u\"", pPrepend, pKey, value);
-}
 
 void appendHighlights(mxMediaDBOutput *pMXMOut, int *pStatus, const db_video_specific_info *pVideoInfo)
 {

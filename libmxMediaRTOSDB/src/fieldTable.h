@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "fieldFormatters.h"
 #include "httpStatus.h"
 #include "mxMediaDBOutput.h"
 

@@ -1,7 +1,6 @@
 #include "listEntry.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "utilLog.h"
 #include "wireLog.h"
@@ -9,38 +8,14 @@
 namespace
 {
 
-struct contentTypeRow {
-    listEntryKind kind;
-    uint32_t queryBit;
-    char groupLetter;
-};
-
-// The rows stand at the index of their content type.
-constexpr contentTypeRow contentTypes[] = {
-    {LIST_ENTRY_VIDEO, RTOS_DB_QUERY_VIDEOS, 0},                    // single video
-    {LIST_ENTRY_CHAPTER_GROUP, RTOS_DB_QUERY_VIDEOS, 0},            // looped video
-    {LIST_ENTRY_CHAPTER_GROUP, RTOS_DB_QUERY_VIDEOS, 0},            // chaptered video
-    {LIST_ENTRY_VIDEO, RTOS_DB_QUERY_VIDEOS, 0},                    // time lapse video
-    {LIST_ENTRY_PHOTO, RTOS_DB_QUERY_PHOTOS, 0},                    // single photo
-    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 'b'},            // burst
-    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 't'},            // time lapse
-    {LIST_ENTRY_METADATA, RTOS_DB_QUERY_METADATA_SESSION_FILES, 0}, // metadata session
-    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 'n'},            // night lapse
-    {LIST_ENTRY_PHOTO, RTOS_DB_QUERY_PHOTOS, 0},                    // night photo
-    {LIST_ENTRY_PHOTO_GROUP, RTOS_DB_QUERY_PHOTOS, 'c'},            // continuous photos
-};
-static_assert(std::size(contentTypes) == DB_CONTENT_TYPE_RAW_PHOTO);
-
 void classify(listEntry *pEntry, uint32_t listOptions)
 {
-    const auto type = static_cast<uint32_t>(pEntry->pInfo->content_type);
-    const contentTypeRow row =
-        type < std::size(contentTypes) ? contentTypes[type] : contentTypeRow{LIST_ENTRY_OTHER, 0, 0};
+    const contentTypeRow row = contentTypeOf(pEntry->pInfo->content_type);
     pEntry->kind = row.kind;
     pEntry->queryBit = row.queryBit;
     pEntry->groupLetter = row.groupLetter;
-    if (row.kind == LIST_ENTRY_CHAPTER_GROUP && (listOptions & DB_LIST_OPTION_VIDEO_GROUPING) == 0) {
-        pEntry->kind = LIST_ENTRY_VIDEO;
+    if (row.kind == ITEM_CHAPTER_GROUP && (listOptions & DB_LIST_OPTION_VIDEO_GROUPING) == 0) {
+        pEntry->kind = ITEM_VIDEO;
     }
 }
 
@@ -66,7 +41,7 @@ bool readGroup(wireCursor *pCursor, listEntry *pEntry)
             return false;
         }
     }
-    if (pEntry->kind == LIST_ENTRY_PHOTO_GROUP && pEntry->pInfo->highlight_count != 0) {
+    if (pEntry->kind == ITEM_PHOTO_GROUP && pEntry->pInfo->highlight_count != 0) {
         pEntry->pHighlightMask = takeBytes(pCursor, maskWireBytes(pEntry->pGroup));
         return pEntry->pHighlightMask != nullptr;
     }
@@ -76,11 +51,11 @@ bool readGroup(wireCursor *pCursor, listEntry *pEntry)
 bool readTail(wireCursor *pCursor, listEntry *pEntry)
 {
     switch (pEntry->kind) {
-    case LIST_ENTRY_VIDEO:
+    case ITEM_VIDEO:
         pEntry->pVideo = takeVideoRecord(pCursor, &pEntry->pHighlights);
         return pEntry->pVideo != nullptr;
-    case LIST_ENTRY_PHOTO_GROUP:
-    case LIST_ENTRY_CHAPTER_GROUP:
+    case ITEM_PHOTO_GROUP:
+    case ITEM_CHAPTER_GROUP:
         return readGroup(pCursor, pEntry);
     default:
         return true;
@@ -96,12 +71,6 @@ void logMoreInfo(const db_more_info *pMoreInfo)
     UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.frame_rate_denominator = %d\n", pMoreInfo->frame_rate_denominator);
     UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.is_progressive = %d\n", pMoreInfo->is_progressive);
     UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "    more_info.is_subsampled = %d\n", pMoreInfo->is_subsampled);
-}
-
-bool isGroupedVideo(const db_content_info *pInfo)
-{
-    return pInfo->content_type == DB_CONTENT_TYPE_LOOPED_VIDEO ||
-           pInfo->content_type == DB_CONTENT_TYPE_CHAPTERED_VIDEO;
 }
 
 } // namespace
@@ -157,12 +126,12 @@ void logListEntry(const listEntry *pEntry)
         logMoreInfo(pEntry->pMoreInfo);
     }
     const db_content_info *pInfo = pEntry->pInfo;
-    if (pEntry->kind == LIST_ENTRY_VIDEO && isGroupedVideo(pInfo)) {
+    if (pEntry->kind == ITEM_VIDEO && contentTypeOf(pInfo->content_type).kind == ITEM_CHAPTER_GROUP) {
         UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "videogrouping=0, Grouped video content type %d, for file %.08s/%.12s\n",
                  pInfo->content_type, pInfo->dir_name, pInfo->file_name);
         UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "Treating file type %d as DB_CONTENT_TYPE_SINGLE_VIDEO\n", pInfo->content_type);
     }
-    if (pEntry->kind == LIST_ENTRY_CHAPTER_GROUP) {
+    if (pEntry->kind == ITEM_CHAPTER_GROUP) {
         logGroup(pEntry->pGroup);
     }
 }

@@ -1,28 +1,20 @@
 /**
  * @file listEntry.h
- * Reading one entry of a list response into pointers to its records.
+ * Reading one entry of a list response into pointers to its records, for documents. A walk of the catalogue has rules
+ * of its own, told in cahWalk.cpp.
  */
 #ifndef LIST_ENTRY_H
 #define LIST_ENTRY_H
 
+#include "contentType.h"
 #include "wireCursor.h"
-
-/** What stands for an item in a document. */
-enum listEntryKind {
-    LIST_ENTRY_OTHER, ///< nothing that goes by its content type
-    LIST_ENTRY_VIDEO,
-    LIST_ENTRY_PHOTO,
-    LIST_ENTRY_METADATA,
-    LIST_ENTRY_PHOTO_GROUP,  ///< one entry for all photos
-    LIST_ENTRY_CHAPTER_GROUP ///< one entry for each file of the video
-};
 
 /** One entry; the records stand in the response, at any address. A pointer is null where the entry has no such record.
  */
 struct listEntry {
-    listEntryKind kind;
-    uint32_t queryBit;                    ///< the `RTOS_DB_QUERY_...` bit that selects items of this type
-    char groupLetter;                     ///< letter of a photo group's type
+    itemKind kind;                        ///< of its type; of a group of chapters that is not asked for as one, a video
+    uint32_t queryBit;                    ///< of its type
+    char groupLetter;                     ///< of its type
     const db_content_info *pInfo;         ///< never null
     const uint8_t *pGumi;                 ///< `DB_GUMI_BYTES`
     const uint8_t *pParentGumi;           ///< `DB_GUMI_BYTES`

@@ -1,5 +1,6 @@
 #include "listEntryText.h"
 
+#include "fieldText.h"
 #include "groupNumbers.h"
 #include "utilLog.h"
 
@@ -220,29 +221,29 @@ void writeListEntry(listEntryText *pText, const listEntry *pEntry, const chapter
     writeFileKeys(&object, pInfo);
     writeGumiKeys(&object, pEntry);
     switch (pEntry->kind) {
-    case LIST_ENTRY_CHAPTER_GROUP:
+    case ITEM_CHAPTER_GROUP:
         writeChapters(&object, pEntry, pChapters);
         return;
-    case LIST_ENTRY_VIDEO: {
+    case ITEM_VIDEO: {
         const videoFile record = {pInfo, pEntry->pVideo, pEntry->pHighlights};
         writeLrvAndClip(&object, record.pVideo);
         writeAudioToHighlights(&object, &record);
         break;
     }
-    case LIST_ENTRY_PHOTO:
+    case ITEM_PHOTO:
         writeNumber(&object, FIELD_HC, "hc", pInfo->highlight_count);
         writeNumber(&object, FIELD_WDR, "wdr", mediaFlag(pInfo->mediaProperties, DB_MEDIA_HAS_WDR));
         writeNumber(&object, FIELD_RAW, "raw", mediaFlag(pInfo->mediaProperties, DB_MEDIA_HAS_RAW));
         break;
-    case LIST_ENTRY_METADATA:
+    case ITEM_METADATA:
         writeNumber(&object, FIELD_HC, "hc", pInfo->highlight_count);
         break;
-    case LIST_ENTRY_PHOTO_GROUP:
+    case ITEM_PHOTO_GROUP:
         writeGroupKeys(&object, pEntry);
         break;
-    case LIST_ENTRY_OTHER:
+    case ITEM_OTHER:
         break;
     }
-    writeSize(&object, pEntry->kind == LIST_ENTRY_PHOTO_GROUP ? pEntry->pGroup->group_size : pInfo->size);
+    writeSize(&object, pEntry->kind == ITEM_PHOTO_GROUP ? pEntry->pGroup->group_size : pInfo->size);
     closeObject(&object);
 }

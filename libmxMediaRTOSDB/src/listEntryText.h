@@ -6,7 +6,7 @@
 #define LIST_ENTRY_TEXT_H
 
 #include "chapterGroup.h"
-#include "fieldFormatters.h"
+#include "fieldMask.h"
 #include "mxMediaDBOutput.h"
 
 /** How a photo group tells of the members with highlights. */

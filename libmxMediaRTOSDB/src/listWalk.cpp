@@ -7,13 +7,12 @@
 #include "httpStatus.h"
 #include "listHeader.h"
 #include "request.h"
+#include "responseCounts.h"
+#include "retryLimits.h"
 #include "utilLog.h"
 
 namespace
 {
-
-constexpr int maxRetries = 11;
-constexpr useconds_t retryDelay = 100000;
 
 void logListFailure(int level, const char *pOutcome, const listFailure &failure)
 {
@@ -51,9 +50,9 @@ void beginAnew(listWalk *pWalk)
 // Waits and makes the document begin anew, or ends it when the retries are used up.
 void retryOrEnd(listWalk *pWalk, const listFailure &failure, bool aboutChapters)
 {
-    const bool retries = pWalk->retryCount < maxRetries;
+    const bool retries = pWalk->retryCount < LIST_RESTARTS_MAX;
     if (retries) {
-        usleep(retryDelay);
+        usleep(RETRY_WAIT_MICROSECONDS);
     }
     const int level = retries ? UTIL_LOG_LEVEL_WARNING : UTIL_LOG_LEVEL_ERROR;
     const char *pOutcome = retries ? "retrying" : "exiting";
@@ -88,7 +87,7 @@ bool walkItem(listWalk *pWalk, const listEntry *pEntry)
         memcpy(pWalk->currentDirectory, pEntry->pInfo->dir_name, DB_DIR_NAME_BYTES);
         pWalk->blockOpen = true;
     }
-    if (pEntry->kind == LIST_ENTRY_CHAPTER_GROUP) {
+    if (pEntry->kind == ITEM_CHAPTER_GROUP) {
         const listFailure failure = askForChapters(&pWalk->connection.handle, pEntry,
                                                    pWalk->pDocument->chapterNamesAreLogged, &pWalk->chapters);
         if (failure.kind != LIST_FAILURE_NONE) {

@@ -49,7 +49,7 @@ struct listWalk {
     bool connected;             ///< `connection` is open
     uint32_t runningIndex;      ///< index of the next item to ask for
     uint32_t totalEntries;      ///< as the latest page told
-    int retryCount;             ///< retries used so far; a success does not give them back
+    int retryCount;             ///< times begun anew so far; a success does not give them back
     bool blockOpen;             ///< the block of `currentDirectory` is open
     char currentDirectory[DB_DIR_NAME_BYTES];
     bool pageCame;                          ///< a page was received since the walk began or last began anew

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "fieldFormatters.h"
+#include "fieldMask.h"
 #include "httpStatus.h"
 #include "mxMediaRTOSDB.h"
 #include "utilLog.h"
@@ -76,12 +76,9 @@ int parseDataSet(const char *pQueryString, int length, mediaQuerySettings *pSett
 {
     char value[QUERY_VALUE_BYTES] = {};
     int found = 0;
-    const int status = queryReadKey(pQueryString, length, keyF, value, sizeof value, &found);
+    const int status = queryReadFilledKey(pQueryString, length, keyF, value, sizeof value, &found);
     if (status != HTTP_OK || found == QUERY_KEY_ABSENT) {
         return status;
-    }
-    if (found == 0) {
-        return queryRefuseEmpty(keyF);
     }
     const dataSet *pSet = findWord(dataSets, value);
     if (pSet == nullptr) {
@@ -146,12 +143,9 @@ int parseQueryFields(const char *pQueryString, int length, mediaQuerySettings *p
     UTIL_ASSERT(0 == pSettings->unsupported[0]);
     char value[FIELDS_VALUE_BYTES] = {};
     int found = 0;
-    const int status = queryReadKey(pQueryString, length, keyFields, value, sizeof value, &found);
+    const int status = queryReadFilledKey(pQueryString, length, keyFields, value, sizeof value, &found);
     if (status != HTTP_OK || found == QUERY_KEY_ABSENT) {
         return status;
-    }
-    if (found == 0) {
-        return queryRefuseEmpty(keyFields);
     }
     memset(pSettings->unsupported, 0, QUERY_UNSUPPORTED_BYTES);
     unsupportedWords unsupported = {pSettings->unsupported, QUERY_UNSUPPORTED_BYTES};

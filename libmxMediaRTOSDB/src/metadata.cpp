@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "documentStart.h"
-#include "fieldFormatters.h"
+#include "fieldMask.h"
 #include "httpStatus.h"
 #include "metadataDocument.h"
 #include "metadataQuery.h"

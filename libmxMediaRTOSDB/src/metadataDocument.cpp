@@ -15,8 +15,7 @@ constexpr uint32_t otherFamily = 0x0026764F;
 // A type that no item has, negative ones included, counts as neither video nor media.
 bool hasMoreInfo(db_content_type type)
 {
-    return type >= DB_CONTENT_TYPE_SINGLE_VIDEO && type <= DB_CONTENT_TYPE_RAW_PHOTO &&
-           type != DB_CONTENT_TYPE_METADATA_SESSION;
+    return isContentType(type) && contentTypeOf(type).kind != ITEM_METADATA;
 }
 
 // Refreshes the type with that of the answer; of an item that is no video any more no record came.

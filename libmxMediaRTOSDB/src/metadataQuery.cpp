@@ -40,12 +40,9 @@ int parseDocument(const char *pQueryString, int length, mediaQuerySettings *pSet
 {
     char value[QUERY_VALUE_BYTES] = "";
     int found = 0;
-    int status = queryReadKey(pQueryString, length, documentKey, value, sizeof value, &found);
+    int status = queryReadRequiredKey(pQueryString, length, documentKey, value, sizeof value, &found);
     if (status != HTTP_OK) {
         return status;
-    }
-    if (found <= 0) {
-        return found == 0 ? queryRefuseEmpty(documentKey) : queryRefuseAbsent(documentKey);
     }
     status = selectDocument(value, found, pSettings);
     if (status != HTTP_OK) {

@@ -3,6 +3,7 @@
 #include "contentType.h"
 #include "fieldFormatters.h"
 #include "fieldTable.h"
+#include "fieldText.h"
 #include "httpStatus.h"
 #include "metadataDocument.h"
 #include "typedResponse.h"

@@ -5,6 +5,7 @@
 
 #include "contentType.h"
 #include "directExchange.h"
+#include "fillField.h"
 #include "request.h"
 #include "utilLog.h"
 #include "wireCursor.h"
@@ -248,7 +249,7 @@ int dbGetFileNameByGUMI(void *, const uint8_t *gumi, db_file_spec *fs)
     }
     logHeader(&exchange);
     const auto *pFile = responseRecord<db_file_spec>(&exchange, DB_RESPONSE_BODY_OFFSET);
-    copyWireText(fs->dir_name, pFile->dir_name, DB_DIR_NAME_BYTES);
-    copyWireText(fs->file_name, pFile->file_name, DB_FILE_NAME_BYTES);
+    fillField(fs->dir_name, DB_DIR_NAME_BYTES, pFile->dir_name);
+    fillField(fs->file_name, DB_FILE_NAME_BYTES, pFile->file_name);
     return directExchangeFinish(&exchange);
 }

@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "documentStart.h"
 #include "elapsed.h"
 #include "httpStatus.h"
 #include "listEntryText.h"
@@ -84,9 +85,7 @@ int dbGetPagedList(void *, int numPages, int itemPerPage, int startIndex, int li
     }
     listWalk walk;
     listWalkCtor(&walk, &pagedListDocument, &list);
-    if (getCardIDStr(walk.cardId) < 0) {
-        snprintf(walk.cardId, sizeof walk.cardId, "0");
-    }
+    readCardID(walk.cardId);
     walk.itemsPerPage = static_cast<uint32_t>(itemPerPage);
     walk.startIndex = static_cast<uint32_t>(startIndex);
     walk.listOptions = static_cast<uint32_t>(listOptions);

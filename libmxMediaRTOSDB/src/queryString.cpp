@@ -41,6 +41,18 @@ bool equalsKey(const char *pText, const char *pKey, int keyLength)
     return true;
 }
 
+int refuseEmpty(const queryKey &key)
+{
+    UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "%s '%s' has no value\n", key.pField, key.pName);
+    return HTTP_BAD_REQUEST;
+}
+
+int refuseAbsent(const queryKey &key)
+{
+    UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "%s '%s' not found\n", key.pField, key.pName);
+    return HTTP_BAD_REQUEST;
+}
+
 bool isUploadFilter(uint32_t filter)
 {
     return filter == eDBFILTER_T_LIST_UPLOAD || filter == eDBFILTER_T_GET_UPLOAD;
@@ -153,16 +165,16 @@ int queryReadKey(const char *pQueryString, int length, const queryKey &key, char
     return HTTP_INTERNAL_SERVER_ERROR;
 }
 
-int queryRefuseEmpty(const queryKey &key)
+int queryReadFilledKey(const char *pQueryString, int length, const queryKey &key, char *pValue, int size, int *pFound)
 {
-    UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "%s '%s' has no value\n", key.pField, key.pName);
-    return HTTP_BAD_REQUEST;
+    const int status = queryReadKey(pQueryString, length, key, pValue, size, pFound);
+    return status == HTTP_OK && *pFound == 0 ? refuseEmpty(key) : status;
 }
 
-int queryRefuseAbsent(const queryKey &key)
+int queryReadRequiredKey(const char *pQueryString, int length, const queryKey &key, char *pValue, int size, int *pFound)
 {
-    UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "%s '%s' not found\n", key.pField, key.pName);
-    return HTTP_BAD_REQUEST;
+    const int status = queryReadFilledKey(pQueryString, length, key, pValue, size, pFound);
+    return status == HTTP_OK && *pFound == QUERY_KEY_ABSENT ? refuseAbsent(key) : status;
 }
 
 int queryRefuseRepeated(const char *pQueryString, int length, const queryKey &key, char *pValue, int size)
@@ -186,7 +198,7 @@ int parseQueryStatus(const char *pQueryString, int length, mediaQuerySettings *p
     }
     const bool wanted = isUploadFilter(pSettings->filter);
     if (found == 0) {
-        return wanted ? queryRefuseEmpty(statusKey) : HTTP_OK;
+        return wanted ? refuseEmpty(statusKey) : HTTP_OK;
     }
     if (wanted) {
         if (!convertStatus(value, found, &pSettings->newUploadStatus)) {
@@ -205,12 +217,9 @@ int parseQueryP(const char *pQueryString, int length, mediaQuerySettings *pSetti
     UTIL_ASSERT(0 == pSettings->fileName[0]);
     char value[QUERY_VALUE_BYTES] = "";
     int found = 0;
-    int status = queryReadKey(pQueryString, length, pathKey, value, sizeof value, &found);
+    int status = queryReadRequiredKey(pQueryString, length, pathKey, value, sizeof value, &found);
     if (status != HTTP_OK) {
         return status;
-    }
-    if (found <= 0) {
-        return found == 0 ? queryRefuseEmpty(pathKey) : queryRefuseAbsent(pathKey);
     }
     status = splitPath(value, pSettings);
     if (status != HTTP_OK) {

@@ -71,7 +71,7 @@ int queryDecode(const char *pSource, int sourceLength, char *pDestination, int d
 int queryGetValue(const char *pQueryString, int length, const char *pKey, char *pDestination, int destinationSize,
                   int occurrence);
 
-/** queryGetValue of the first occurrence. */
+/** queryGetValue of the first occurrence. Part of the interface, without a caller here. */
 int queryGetFirstValue(const char *pQueryString, int length, const char *pKey, char *pDestination, int destinationSize);
 
 /** A key, and the words with which log lines speak of it. */
@@ -89,11 +89,12 @@ struct queryKey {
  */
 int queryReadKey(const char *pQueryString, int length, const queryKey &key, char *pValue, int size, int *pFound);
 
-/** Logs that a key has an empty value. @return 400 */
-int queryRefuseEmpty(const queryKey &key);
+/** The same for a key whose value must not be empty. @return as queryReadKey; 400 for an empty value, logged */
+int queryReadFilledKey(const char *pQueryString, int length, const queryKey &key, char *pValue, int size, int *pFound);
 
-/** Logs that a key is not there. @return 400 */
-int queryRefuseAbsent(const queryKey &key);
+/** The same for a key that must stand, too. @return as queryReadFilledKey; 400 for an absent key, logged */
+int queryReadRequiredKey(const char *pQueryString, int length, const queryKey &key, char *pValue, int size,
+                         int *pFound);
 
 /** Second lookup of a key that may stand only once. @param pValue,size overwritten @return 200, or 400, logged */
 int queryRefuseRepeated(const char *pQueryString, int length, const queryKey &key, char *pValue, int size);

@@ -1,18 +1,16 @@
 #include "request.h"
 
-#include <cstring>
+#include "fillField.h"
 
-void copyWireText(char *pField, const char *pText, size_t width)
+namespace
 {
-    const size_t length = strnlen(pText, width);
-    memcpy(pField, pText, length);
-    memset(pField + length, 0, width - length);
-}
 
 uint32_t tokenOf(const void *pRequest)
 {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pRequest));
 }
+
+} // namespace
 
 void composeHeader(db_request_header *pHeader, uint32_t commandType)
 {
@@ -24,15 +22,15 @@ void composeHeader(db_request_header *pHeader, uint32_t commandType)
 void composeFileRequest(db_file_request *pRequest, uint32_t commandType, const char *pDirName, const char *pFileName)
 {
     composeHeader(&pRequest->header, commandType);
-    copyWireText(pRequest->file.dir_name, pDirName, DB_DIR_NAME_BYTES);
-    copyWireText(pRequest->file.file_name, pFileName, DB_FILE_NAME_BYTES);
+    fillField(pRequest->file.dir_name, DB_DIR_NAME_BYTES, pDirName);
+    fillField(pRequest->file.file_name, DB_FILE_NAME_BYTES, pFileName);
 }
 
 void composeUploadStatusRequest(db_upload_status_request *pRequest, const char *pDirName, const char *pFileName,
                                 uint32_t uploadStatus)
 {
     composeHeader(&pRequest->header, DB_COMMAND_SET_UPLOAD_STATUS);
-    copyWireText(pRequest->file.dir_name, pDirName, DB_DIR_NAME_BYTES);
-    copyWireText(pRequest->file.file_name, pFileName, DB_FILE_NAME_BYTES);
+    fillField(pRequest->file.dir_name, DB_DIR_NAME_BYTES, pDirName);
+    fillField(pRequest->file.file_name, DB_FILE_NAME_BYTES, pFileName);
     pRequest->upload_status = uploadStatus;
 }

@@ -3,16 +3,9 @@
 #include <unistd.h>
 
 #include "ipcMessage.h"
+#include "retryLimits.h"
 #include "utilLog.h"
 #include "wireLog.h"
-
-namespace
-{
-
-constexpr int maxAttempts = 11;
-constexpr useconds_t retryDelay = 100000;
-
-} // namespace
 
 int rtosConnectionCtor(rtosConnection *pRtosConn)
 {
@@ -46,10 +39,10 @@ int rtosCall(rtosConnection *pRtosConn, const void *pCmd, int szCmd, uint8_t *pR
     UTIL_ASSERT(pRtosConn);
     UTIL_ASSERT(pCmd);
     UTIL_ASSERT(pResp);
-    for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
+    for (int attempt = 1; attempt <= EXCHANGE_ATTEMPTS_MAX; ++attempt) {
         const int sent = rtosConnectionSend(pRtosConn, pCmd, szCmd);
         if (sent < 0) {
-            usleep(retryDelay);
+            usleep(RETRY_WAIT_MICROSECONDS);
             UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "error on IPC send, retrying, ret %d\n", sent);
             continue;
         }
@@ -58,7 +51,7 @@ int rtosCall(rtosConnection *pRtosConn, const void *pCmd, int szCmd, uint8_t *pR
         if (bytesRead >= 0) {
             return bytesRead;
         }
-        usleep(retryDelay);
+        usleep(RETRY_WAIT_MICROSECONDS);
         UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "error on IPC received, retrying, bytesRead %d\n", bytesRead);
     }
     UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "exhausted retries on IPC exchange, exiting\n");

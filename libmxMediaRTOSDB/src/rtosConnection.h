@@ -32,9 +32,9 @@ void rtosConnectionDtor(rtosConnection *pRtosConn);
 int rtosConnectionSend(rtosConnection *pRtosConn, const void *pSrc, int szSrc);
 
 /**
- * Sends a request and receives its response. A failure of the transport is followed by a wait of 100 ms, a log line and
- * another attempt with the whole request, up to 11 attempts; so a request can reach the database more than once.
- * Nothing in the response is looked at.
+ * Sends a request and receives its response. A failure of the transport is followed by a wait, a log line and
+ * another attempt with the whole request, up to `EXCHANGE_ATTEMPTS_MAX` attempts; so a request can reach the database
+ * more than once. Nothing in the response is looked at.
  * @param szCmd bytes of the request
  * @param pResp `DB_MESSAGE_MAX_BYTES` bytes; bytes behind the response are left alone
  * @return length of the response, 0 to `DB_MESSAGE_MAX_BYTES`; -1: every attempt failed. The connection stays open.

@@ -6,6 +6,7 @@
 #include "contentType.h"
 #include "httpStatus.h"
 #include "request.h"
+#include "responseCounts.h"
 #include "utilLog.h"
 #include "wireCursor.h"
 #include "wireLog.h"

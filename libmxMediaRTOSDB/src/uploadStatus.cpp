@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "request.h"
+#include "retryLimits.h"
 #include "rtosConnection.h"
 #include "utilLog.h"
 #include "wireCursor.h"
@@ -12,8 +13,6 @@
 
 namespace
 {
-
-constexpr useconds_t refusalDelay = 100000;
 
 bool hasLength(const char *pText, size_t length)
 {
@@ -38,7 +37,7 @@ int exchange(rtosConnection *pRtosConn, const db_request_header *pRequest, int r
         return length;
     }
     if (length < DB_RESPONSE_BODY_OFFSET) {
-        usleep(refusalDelay);
+        usleep(RETRY_WAIT_MICROSECONDS);
         UTIL_LOG(UTIL_LOG_LEVEL_WARNING, "%d bytes received, expecting %ld, retrying\n", length,
                  static_cast<long>(DB_RESPONSE_BODY_OFFSET));
         return length;
@@ -46,7 +45,7 @@ int exchange(rtosConnection *pRtosConn, const db_request_header *pRequest, int r
     const auto *pHeader = reinterpret_cast<const db_response_header *>(pResponse);
     logResponseHeaderAndToken(pHeader);
     if (pHeader->status != DB_STATUS_OK) {
-        usleep(refusalDelay);
+        usleep(RETRY_WAIT_MICROSECONDS);
         UTIL_LOG(UTIL_LOG_LEVEL_WARNING, "error on IPC received, retrying, status %d\n", pHeader->status);
     }
     return length;

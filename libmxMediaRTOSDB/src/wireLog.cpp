@@ -79,19 +79,6 @@ void logListResponseHeader(const db_list_response_header *pHeader)
     UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "                session_id 0x%08X\n", pHeader->session_id);
 }
 
-uint32_t cutToTotal(uint32_t startingIndex, const db_list_response_header *pHeader)
-{
-    const uint32_t count = pHeader->header.count_returned;
-    const uint32_t remaining = pHeader->total_entries - startingIndex;
-    if (count <= remaining) {
-        return count;
-    }
-    UTIL_LOG(UTIL_LOG_LEVEL_WARNING, "%d total_entries, but %d starting_index with %d count_returned\n",
-             pHeader->total_entries, startingIndex, count);
-    UTIL_LOG(UTIL_LOG_LEVEL_WARNING, "truncating to %d items in this page\n", remaining);
-    return remaining;
-}
-
 void logGroup(const db_group_content_info *pGroup)
 {
     UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "\n\ngroupInfo->group_number, %d\n", pGroup->group_number);
@@ -115,14 +102,5 @@ void warnOnToken(uint32_t responseToken, uint32_t requestToken)
 {
     if (responseToken != requestToken) {
         UTIL_LOG(UTIL_LOG_LEVEL_WARNING, "Tokens don't match %d %d", responseToken, requestToken);
-    }
-}
-
-void lowerCountReturned(int level, const db_request_header *pRequest, db_response_header *pHeader)
-{
-    if (pHeader->count_returned > pRequest->request_count) {
-        UTIL_LOG(level, "command %d requested %d, response returned %d, setting response returned to %d\n",
-                 pRequest->command_type, pRequest->request_count, pHeader->count_returned, pRequest->request_count);
-        pHeader->count_returned = pRequest->request_count;
     }
 }

@@ -39,13 +39,6 @@ void logListRequestOptions(const char *pCallName, const db_list_request *pReques
 /** Logs every field of a list response's header. */
 void logListResponseHeader(const db_list_response_header *pHeader);
 
-/**
- * Number of entries to be read of a page: the `count_returned` of its header, or, with two warnings, what remains of
- * the total when that is less. An index above the total leaves the count as it is.
- * @param startingIndex index that the page was asked for at
- */
-uint32_t cutToTotal(uint32_t startingIndex, const db_list_response_header *pHeader);
-
 /** Logs the fields of a group record. */
 void logGroup(const db_group_content_info *pGroup);
 
@@ -54,11 +47,5 @@ void logMissingMask(const uint8_t *pMask, size_t length);
 
 /** Warns when the response's token is not the request's. */
 void warnOnToken(uint32_t responseToken, uint32_t requestToken);
-
-/**
- * Lowers a `count_returned` above the request's count to that count, with a log line.
- * @param level level of the log line
- */
-void lowerCountReturned(int level, const db_request_header *pRequest, db_response_header *pHeader);
 
 #endif
