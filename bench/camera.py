@@ -9,7 +9,7 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BUILD = pathlib.Path(os.environ.get("BENCH_BUILD", ROOT / "build/release"))
-CONSOLE, SIMULATOR = BUILD / "bin/mxMediaRTOSDBTestApp", BUILD / "bin/rtosMediaDBSim"
+SIMULATOR = BUILD / "bin/rtosMediaDBSim"
 MOUNT_POINT = pathlib.Path("/tmp/fuse_d")
 
 
@@ -34,7 +34,7 @@ def build(*packages):
     lists = " ".join(f"${{{name}[@]}}" for name in ("packages_build", *packages))
     run("bash", "-c", f"source {ROOT}/scripts/packages.sh && need_packages {lists}")
     run("cmake", "--preset", "release", "-B", BUILD, cwd=ROOT, stdout=subprocess.DEVNULL)
-    run("cmake", "--build", BUILD, "--target", CONSOLE.name, SIMULATOR.name, stdout=subprocess.DEVNULL)
+    run("cmake", "--build", BUILD, stdout=subprocess.DEVNULL)
     folder = BUILD / "bench"
     folder.mkdir(exist_ok=True)
     compile_c = ["gcc", "-std=c11", "-D_GNU_SOURCE", "-O2", "-Wall", "-Wextra", f"-I{ROOT}/platform"]
@@ -45,10 +45,15 @@ def build(*packages):
 
 
 def workplace():
-    """A new folder for cards and channels, gone at the end. Its path is of the same length every time."""
+    """
+    A new folder for cards and channels, with the console and the stand-ins installed in it, gone at the end. Its path
+    is of the same length every time: paths stand on the stack, and move all that is behind them.
+    """
     folder = pathlib.Path(tempfile.mkdtemp(prefix="mxbench.", dir="/tmp"))
     atexit.register(shutil.rmtree, folder)
     atexit.register(unbind)
+    for component in ("console", "desktop"):
+        run("cmake", "--install", BUILD, "--prefix", folder, "--component", component, stdout=subprocess.DEVNULL)
     return folder
 
 
@@ -62,12 +67,13 @@ class Camera:
 
     def __init__(self, folder, name, items, core=None):
         self.card, self.channel, self.items = folder / f"card-{name}", folder / f"ipc-{name}", items
+        self.console = folder / "bin/mxMediaRTOSDBTestApp"
         run(SIMULATOR, "--make-card", "--items", items, "--card", self.card)
         self.spread()
         (self.card / "MISC").mkdir()
         (self.card / "MISC/card").write_text("1234567890123456789")
         pin = ["taskset", "-c", str(core)] if core is not None else []
-        self.environment = {"PATH": os.environ["PATH"], "LC_ALL": "C", "MXIPC_DIR": str(self.channel)}
+        self.environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C", "MXIPC_DIR": str(self.channel)}
         self.simulator = subprocess.Popen([*pin, SIMULATOR, "--card", self.card], env=self.environment,
                                           stdout=subprocess.PIPE)
         atexit.register(self.stop)
@@ -91,7 +97,7 @@ class Camera:
     def succeeds(self, *words, before=(), **more):
         """Runs the console. False: a call failed, whose result is negative."""
         self.bind()
-        words = map(str, [*before, CONSOLE, *words])
+        words = map(str, [*before, self.console, *words])
         return subprocess.run(words, env=dict(self.environment, **more), capture_output=True).returncode < 128
 
     def record(self, recorder, path, *words):
