@@ -1,6 +1,7 @@
 # What is installed, by component. "console" and "library" are what a camera gets; it brings the closed libraries
 # itself. "development" is for programs that use the library. "desktop" is the simulated camera with the stand-ins for
 # the closed libraries, in a folder of their own: who looks there finds them, and nobody else takes them for the real.
+# "documents" is what is to be read besides the man pages, with its folders, so that links go on leading somewhere.
 include(CMakePackageConfigHelpers)
 
 set(MX_STAND_INS ${CMAKE_INSTALL_LIBDIR}/mxMediaRTOSDB)
@@ -9,8 +10,13 @@ file(RELATIVE_PATH standInsFromPrograms /${CMAKE_INSTALL_BINDIR} /${MX_STAND_INS
 file(RELATIVE_PATH standInsFromLibrary /${CMAKE_INSTALL_LIBDIR} /${MX_STAND_INS})
 file(RELATIVE_PATH MX_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 
+# Built as they are installed: else CMake ends the build's own path with a colon, and to the loader the nothing behind
+# it is the working directory. A link in the build's folder leads to the stand-ins as well.
+set_target_properties(mxMediaRTOSDBTestApp mxMediaRTOSDBShared PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 set_target_properties(mxMediaRTOSDBTestApp PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromPrograms}")
 set_target_properties(mxMediaRTOSDBShared PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromLibrary}")
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
+file(CREATE_LINK ${CMAKE_LIBRARY_OUTPUT_DIRECTORY} ${PROJECT_BINARY_DIR}/${MX_STAND_INS} SYMBOLIC)
 set_target_properties(mxMediaRTOSDBShared PROPERTIES EXPORT_NAME mxMediaRTOSDB)
 set_target_properties(mxMediaRTOSDBStatic PROPERTIES EXPORT_NAME static)
 target_link_libraries(mxMediaRTOSDBStatic INTERFACE
@@ -47,6 +53,10 @@ install(TARGETS rtosMediaDBSim COMPONENT desktop)
 install(TARGETS mxipc nvq mxdebug LIBRARY DESTINATION ${MX_STAND_INS} COMPONENT desktop)
 install(FILES docs/rtosMediaDBSim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT desktop)
 
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md TYPE DOC COMPONENT documents)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documents)
+install(FILES simulator/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/simulator COMPONENT documents)
+
 # The Debian package holds all components: it is for desktops.
 set(MX_PACKAGE_CONTACT "The maintainers of mxMediaRTOSDBTestApp <maintainers@mxmediartosdb.invalid>" CACHE STRING
     "Maintainer of the Debian package")
@@ -67,6 +77,10 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+# Written here: CPack would look for a soname in the stand-ins, which have none, as nothing else may come to need them.
+get_target_property(soversion mxMediaRTOSDBShared SOVERSION)
+file(WRITE ${PROJECT_BINARY_DIR}/shlibs
+    "libmxMediaRTOSDB ${soversion} ${CPACK_PACKAGE_NAME} (= ${PROJECT_VERSION})\n")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/shlibs)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)

@@ -25,7 +25,7 @@ need_packages() {
 }
 
 packages_build=(g++ cmake ninja-build nlohmann-json3-dev)
-packages_test=(libgtest-dev python3 curl jq socat groff-base pkgconf dpkg-dev)
+packages_test=(libgtest-dev python3 curl jq socat groff-base pkgconf dpkg-dev file)
 packages_bench=(valgrind python3)
 packages_fuzz=(clang libclang-rt-dev)
 packages_check=(git clang-format clang-tidy "${packages_fuzz[@]}")

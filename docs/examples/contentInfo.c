@@ -1,30 +1,45 @@
-/* Prints what the database knows of one file: contentInfo DIRECTORY FILE */
+/* Tells what the database knows: contentInfo DIRECTORY FILE */
 #include <mxMediaRTOSDB.h>
 
 #include <inttypes.h>
 #include <stdio.h>
 #include <string.h>
 
+static int fail(const char *reason)
+{
+    fprintf(stderr, "contentInfo: %s\n", reason);
+    return 1;
+}
+
+/* A name that fills its field has no terminating zero. */
+static int setName(char *field, size_t width, const char *name)
+{
+    const size_t length = strlen(name);
+
+    memcpy(field, name, length < width ? length : width);
+    return length <= width;
+}
+
 int main(int argc, char **argv)
 {
     db_file_spec file = {{0}, {0}};
     db_content_info info;
 
-    if (argc != 3 || strlen(argv[1]) > sizeof file.dir_name || strlen(argv[2]) > sizeof file.file_name) {
-        fprintf(stderr, "Usage: contentInfo DIRECTORY FILE\n");
-        return 2;
+    if (argc != 3) {
+        return fail("takes DIRECTORY FILE");
     }
-    memcpy(file.dir_name, argv[1], strlen(argv[1]));
-    memcpy(file.file_name, argv[2], strlen(argv[2]));
+    if (!setName(file.dir_name, sizeof file.dir_name, argv[1]) ||
+        !setName(file.file_name, sizeof file.file_name, argv[2])) {
+        return fail("the name is too long");
+    }
     if (dbGetContentInfo(NULL, &file, &info) < 0) {
-        fprintf(stderr, "contentInfo: no answer; syslog tells why\n");
-        return 1;
+        return fail("no answer; syslog tells why");
     }
     if (info.content_type == DB_CONTENT_TYPE_NO_FILE) {
-        fprintf(stderr, "contentInfo: no such file\n");
-        return 1;
+        return fail("no such file");
     }
-    printf("type %" PRId32 ", %" PRIu64 " bytes, %" PRIu32 " highlights\n", info.content_type, info.size,
-           info.highlight_count);
+    printf("type %" PRId32, info.content_type);
+    printf(", %" PRIu64 " bytes", info.size);
+    printf(", %" PRIu32 " highlights\n", info.highlight_count);
     return 0;
 }
