@@ -135,7 +135,7 @@ void chapters(Input &input)
     listEntry entry;
     Answers answers(input);
     rtosConnection link;
-    if (!readListEntry(&cursor, DB_LIST_OPTION_VIDEO_GROUPING, &entry) || entry.kind != LIST_ENTRY_CHAPTER_GROUP ||
+    if (!readListEntry(&cursor, DB_LIST_OPTION_VIDEO_GROUPING, &entry) || entry.kind != ITEM_CHAPTER_GROUP ||
         rtosConnectionCtor(&link) < 0) {
         return;
     }

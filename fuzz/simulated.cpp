@@ -80,7 +80,14 @@ void replay(Input &input)
 {
     const Bytes text = copyOf(input.rest);
     try {
-        sim::parseReplay(textOf(text), "recording");
+        sim::Replay recorded = sim::parseReplay(textOf(text), "recording");
+        REQUIRE(!recorded.isEmpty());
+        const db_request_header unknown = {0x5EED5EED, 1, 77};
+        const std::optional<sim::Message> answer = recorded.answer(sim::bytesOf(unknown));
+        db_response_header header = {};
+        REQUIRE(answer && answer->size() == sizeof header);
+        memcpy(&header, answer->bytes().data(), sizeof header);
+        REQUIRE(header.status == 5 && header.token == unknown.token && header.count_returned == 0);
     } catch (const sim::ReplayError &) {
     }
 }

@@ -2,14 +2,8 @@
 #include <cstdlib>
 
 #include "cardRoot.h"
-#include "consoleRun.h"
 
 const char *cardRoot()
 {
     return getenv("TEST_CARD");
-}
-
-int main(int argc, char **argv)
-{
-    return consoleRun(argc, argv);
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <mqueue.h>
 #include <regex>
 #include <sstream>
 #include <wordexp.h>
@@ -66,7 +65,11 @@ DOUBLE(generateMediaList, (void *, const char *pQuery), ("list", pQuery))
 DOUBLE(dbGetPagedList, (void *, int pages, int items, int start, int listOptions, int queryOptions),
        ("paged", pages, items, start, listOptions, queryOptions))
 DOUBLE(checkConsistency, (int32_t pageSize), ("check", pageSize))
-DOUBLE(mq_send, (mqd_t, const char *pMessage, size_t length, unsigned), ("mq_send", pMessage, length))
+extern "C" {
+DOUBLE(mq_open, (const char *pName, int flags, ...), ("mq_open", pName, flags))
+DOUBLE(mq_send, (int, const char *pMessage, size_t length, unsigned), ("mq_send", pMessage, length))
+DOUBLE(mq_close, (int), ("mq_close"))
+}
 WALK(dbGetCAHList, "media", nullptr, nullptr, 12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr, nullptr)
 WALK(dbGetCAHSessionFileList, "session", "00FF", "FF00", DB_CONTENT_TYPE_RAW_PHOTO, 1, 2, 3, 4, 30, 5, 0, 1000000000, 0,
      0, 5000000000u, nullptr, nullptr)
@@ -91,6 +94,7 @@ static const std::string words =
 @Loop <loopCount> <logLvl>
 @banner Created now, DB VERSION 4|Sending to Media RTOS DB - NOT SIMULATED ("exit" to quit):|
 @names Enter directory name: Enter file name:
+@queue [mq_open /to_DB 1]|[mq_send
 @once @count  buffer len 0, using loopCount 1 |
 @count Enter loop count (default 1 - enter number of times command will loop):
 @listOptions Enter list options (decimal - enter "10" for list options bitmask=0xA):
@@ -160,8 +164,8 @@ TEST(ConsoleTest, RunEndsInTheWrongWay)
     expectOutputs(R"(c -> @usage
 @4000x -> @usage
 exiting ->
-> | ci|exit| -> @usage> @usage> [mq_send exit| 6]|
-> @1499xexiting -> @usage> [mq_send exiting 8]|
+> | ci|exit| -> @usage> @usage> @queue exit| 6]|[mq_close]|
+> @1499xexiting -> @usage> @queue exiting 8]|[mq_close]|
 >  -> |
 > mi|a| -> @names @onceGetting more info for file : a|/|[more a|..................]|@more> |
 > ci 100MOXEL|100MOXELLO|MOXE0001.MP4 and more|exit|mi| -> @names @count Using loopCount: 0|

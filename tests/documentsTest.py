@@ -82,7 +82,7 @@ def plain(text):
 
 class Documents(unittest.TestCase):
     def test_document_shows_what_is_not_printed(self):
-        for document in (ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))):
+        for document in (ROOT / "README.md", ROOT / "simulator/README.md", *sorted((ROOT / "docs").glob("*.md"))):
             text = document.read_text()
             shown = list(commands(text))
             self.assertEqual(len(re.findall(r"^ *\$ ", text, re.M)), len(shown), f"{document.name}: one is not run")

@@ -50,11 +50,40 @@ class Camera(unittest.TestCase):
         return subprocess.Popen([CONSOLE, *words], env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                 stderr=subprocess.DEVNULL)
 
-    def printed(self, *words):
+    def console(self, *words):
+        """Status and output of a run."""
         run = self.open(*words)
         output = run.communicate(timeout=100)[0]
-        self.assertEqual(run.returncode, 0, output)
+        return run.returncode, output
+
+    def printed(self, *words):
+        status, output = self.console(*words)
+        self.assertEqual(status, 0, output)
         return output.decode()
+
+
+class Commands(Camera):
+    def test_output_that_goes_nowhere_is_taken_for_good(self):
+        self.start()
+        for words in (["ci", *FILE], ["list"], ["help"]):
+            with open("/dev/full", "w") as full:
+                run = subprocess.run([CONSOLE, *words], env=self.environment, stdout=full, stderr=subprocess.PIPE)
+            self.assertEqual((run.returncode, run.stderr), (255, b"standard output: No space left on device\n"))
+
+    def test_file_command_takes_the_wrong_content_types(self):
+        self.start()
+        taken = {"mi": set(range(12)), "gumibyfile": set(range(12)), "vsi": {0, 1, 2, 3}, "gci": {1, 2, 5, 6, 8, 10}}
+        types = set()
+        for path in sorted(self.card.glob("DCIM/*/*[!V]")):
+            file = (path.parent.name, path.name)
+            status, output = self.console("ci", *file)
+            if status == 0:  # a file that an item is named by
+                content_type = int(output.split(b"content_type ")[1].split()[0])
+                types.add(content_type)
+                for word, its_types in taken.items():
+                    expected = 0 if content_type in its_types else 255
+                    self.assertEqual(self.console(word, *file)[0], expected, (word, file))
+        self.assertEqual(types, set(range(12)))
 
 
 class Documents(Camera):
@@ -68,7 +97,7 @@ class Documents(Camera):
     def test_list_that_lacks_a_file_or_has_one_twice(self):
         self.start()
         listed = []
-        answer = self.printed("pl", "99", "10", "0", "14")
+        answer = self.printed("pl", "99", "99", "0", "14")
         for block in json.loads(answer.partition("\r\n\r\n")[2])["media"]:
             for entry in block["fs"]:
                 paths = [self.card / "DCIM" / block["d"] / name for name in self.members(entry)]
@@ -95,6 +124,7 @@ class Breakdown(Camera):
             if path.parent.name > "101MOXEL" or path.name not in self.STAY:
                 path.unlink()
         (self.small / "catalogue.json").write_text('{"101MOXEL/SESS0012.MET": {"kind": "metadata_session"}}')
+        self.exchanges = {}
         self.whole = {words: self.met(words, False) for words in self.COMMANDS}
         self.exchanges = {words: self.met((*words, "1", "6"), False)[1].count(b"Snd :") for words in self.COMMANDS}
 
@@ -111,7 +141,8 @@ class Breakdown(Camera):
             time.sleep(0.2)
             camera.stop()
             camera.start()
-        output = run.communicate(timeout=100)[0]
+        # Each exchange is tried 11 times, waits 100 ms for its answer and 100 ms before it is tried again.
+        output = run.communicate(timeout=8 + 11 * 0.2 * self.exchanges.get(words, 1))[0]
         camera.stop()
         camera.start()
         left = camera.printed("ci", *FILE).partition("uploadStatus ")[2]
@@ -124,7 +155,9 @@ class Breakdown(Camera):
         if must_be_whole or result == self.whole[words]:
             return result == self.whole[words]
         if words[0] == "cl":
-            return set(re.findall(b"^0x.*", output, re.M)) <= set(re.findall(b"^0x.*", self.whole[words][1], re.M))
+            told = re.search(rb"dbGetCAHSessionFileList ret:(-?[0-9]+).*\nreturn \1\n\Z", output, re.S)
+            whole, printed = (iter(re.findall(b"^0x.*", text, re.M)) for text in (self.whole[words][1], output))
+            return told and status == int(told[1]) % 256 and all(line in whole for line in printed)
         is_document = output.startswith(b"HTTP/1.1 500 ") and EMPTY in output
         return status == 255 and output.endswith(b"return -1\n") and (is_document or words[0] not in ("list", "pl"))
 
@@ -144,9 +177,11 @@ class Breakdown(Camera):
             returns and (words[0] in ("list", "pl") or "reading" in moment)))
 
     def test_answer_that_is_taken_for_good_or_for_another(self):
-        cases = [(words, False, *fault.format(every).split()) for words in self.COMMANDS for every in (1, 2, 3, 5, 8)
-                 for fault in ("--empty {}", "--too-long {}", "--twice {}", "--delay 150:{}")]
-        self.judge(cases, lambda words, returns, fault, every: fault == "--twice")
+        cases = [(words, False, *fault.format(number).split())
+                 for words in self.COMMANDS for number in range(1, self.exchanges[words] + 1)
+                 for fault in ("--empty @{}", "--too-long @{}", "--twice @{}", "--delay 150:@{}")]
+        # What is no answer is asked for again; a message of no bytes is one, and ends what is no document.
+        self.judge(cases, lambda words, returns, fault, number: fault != "--empty" or words[0] in ("list", "pl"))
 
 
 class Replay(Camera):
@@ -164,6 +199,7 @@ class Replay(Camera):
         self.start("--replay", recording)
         for _ in range(2):
             self.assertEqual(self.outputs(), expected)
+        self.assertEqual(self.console("ci", *FILE)[0], 255, "answered without a record of it")
 
 
 if __name__ == "__main__":

@@ -113,7 +113,6 @@ TEST(TypedResponse, ResponseJudgedWrong)
     EXPECT_EQ(lengths(content, 2, 3), noInfo + "20: 404 -1" + refused + "3\n|");
     EXPECT_EQ(lengths(content, 2, 4), noInfo + "20: 404 -1" + once);
     EXPECT_EQ(lengths(content, 2, 5), noInfo + "20: 500 -1" + refused + "5\n|");
-    EXPECT_EQ(lengths(content, 2, 6), noInfo + "20: 500 -1" + refused + "6\n|");
     EXPECT_EQ(lengths(video, 4, 0, 4), noVideo + "80: 200 20 80" + once);
     EXPECT_EQ(lengths(video, 4, 0, -1), noVideo + "80: 404 -1 -1" + noFile);
     EXPECT_EQ(lengths(video, 4, 0, 3), noVideo + "104: 200 20 80" + once);

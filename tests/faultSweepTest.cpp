@@ -121,6 +121,7 @@ WRAP(char *, asctime, (const tm *pTime), fails(ASCTIME) ? nullptr : __real_ascti
 WRAP(time_t, time, (time_t *), fails(TIME) ? -1 : 1600000000)
 // Goes on, so that the scan of the card asks again whether to stop.
 WRAP(int, gettimeofday, (timeval * pNow, void *), fails(TIMEOFDAY) ? -1 : (*pNow = {run.counts[TIMEOFDAY] / 3, 0}, 0))
+// The product calls neither of the next two: they are counted, so that it stays so.
 WRAP(void *, malloc, (size_t size), fails(HEAP) ? nullptr : hold(__real_malloc(size)))
 WRAP(void *, realloc, (void *pBlock, size_t size), fails(HEAP) ? nullptr : __real_realloc(pBlock, size))
 WRAP(void *, calloc, (size_t count, size_t size), fails(HEAP) ? nullptr : hold(__real_calloc(count, size)))
@@ -190,11 +191,20 @@ static std::string comparable(std::string text, const std::string &command)
     return text;
 }
 
+// The status of a run that ends well: `cl` ends with what it prints of its last call.
+static int toldStatus(const ConsoleRun &clean)
+{
+    const std::string label = "dbGetCAHSessionFileList ret:";
+    const size_t at = run.output.rfind(label);
+    return at == run.output.npos ? clean.status : atoi(run.output.c_str() + at + label.size());
+}
+
 // What is wrong with the run; empty when nothing is.
-static std::string judged(const std::string &command, const std::string &cleanOutput)
+static std::string judged(const std::string &command, const ConsoleRun &clean)
 {
     if (run.status >= 0 || run.wrongs != 0) {
-        const bool isSame = comparable(run.output, command) == comparable(cleanOutput, command);
+        const bool isSame =
+            run.status == toldStatus(clean) && comparable(run.output, command) == comparable(clean.output, command);
         return isSame && run.wrongs == 0 ? "" : formatted("other output: %d, wrongs: %d", !isSame, run.wrongs);
     }
     const bool isDirect = matches(command, "*[ |]@(ci|mi|gci|vsi|gumibyfile|filebygumi)[ |]*");
@@ -271,25 +281,23 @@ TEST(FaultSweep, FaultThatIsPassedOverOrLeavesSomethingBehind)
     for (std::string command; std::getline(lines >> std::ws, command, ';') && !HasFailure();) {
         make(card, command);
         const ConsoleRun clean = run;
-        ASSERT_TRUE(clean.status >= 0 && judged(command, clean.output).empty()) << command << "\n" << clean.output;
+        ASSERT_TRUE(clean.status >= 0 && judged(command, clean).empty()) << command << "\n" << clean.output;
         if (!matches(command, "* cc *")) {
             EXPECT_EQ(clean.counts[HEAP] + clean.counts[NEW], blocksAllowed(command, clean.output)) << command;
         }
-        int failures = 0;
         for (int fault = 0; fault < FAULTS; ++fault) {
             const int count = clean.counts[fault];
             reached[fault] += count;
             for (int i = 0; i < 2 * count && !HasFailure(); ++i) {
                 make(card, command, fault, i / 2 + 1, i % 2 == 0);
-                EXPECT_EQ(judged(command, clean.output), "")
+                EXPECT_EQ(judged(command, clean), "")
                     << command << ": " << faultNames[fault] << " " << run.first << " of " << count
                     << (run.once ? "" : " and all further") << ", status " << run.status << "\n"
                     << run.output;
-                failures += run.status < 0;
             }
         }
         const int calls = std::accumulate(clean.counts, clean.counts + FAULTS, 0);
-        printf("%5d calls, %5d runs, %5d failed: %s\n", calls, 2 * calls, failures, command.c_str());
+        printf("%5d calls, %5d runs: %s\n", calls, 2 * calls, command.c_str());
     }
     ASSERT_FALSE(HasFailure());
     for (int fault = 0; fault < FAULTS; ++fault) {

@@ -24,10 +24,3 @@ int headerCall(uint32_t command, void *const p[], int count)
            : command == DB_COMMAND_GUMI_BY_FILE_NAME   ? dbGetGUMIByFileName(NULL, p[0], p[1], p[2])
                                                        : dbGetFileNameByGUMI(NULL, p[1], p[0]);
 }
-
-/* The other calls, each of which must have C linkage. */
-void (*const headerOtherCalls[])(void) = {
-    (void (*)(void))dbSetUploadStatus,      (void (*)(void))dbGetUploadStatusHistogram,
-    (void (*)(void))generateMetadata,       (void (*)(void))generateMediaList,
-    (void (*)(void))dbGetPagedList,         (void (*)(void))dbGetCAHList,
-    (void (*)(void))dbGetCAHSessionFileList};

@@ -17,10 +17,8 @@ CHANNEL = tempfile.TemporaryDirectory()  # the path of a socket is short
 ENVIRONMENT = dict(os.environ, MXIPC_DIR=CHANNEL.name, PATH=f"{WORK}/tools:{os.environ['PATH']}:/usr/sbin:/sbin")
 PROGRAMS = {"contentInfo": ("cc", ["100MOXEL", "MOXE0001.MP4"], "type 0, 4096 bytes, 3 highlights\n"),
             "walkCatalogue": ("c++", [], "\n100MOXEL/MOXE0003.MP4 10255 bytes, 4 files\n")}
-FLAGS = {suffix: f"$(pkg-config --cflags {name}) {flags} {name}) -Wl,-rpath,$(pkg-config --variable={folder} {name})"
-         for name in ["mxMediaRTOSDB"]
-         for suffix, flags, folder in (("", "$(pkg-config --libs", "libdir"),
-                                       ("Static", "-Wl,-Bstatic $(pkg-config --static --libs", "standins"))}
+LINKS = [shown.replace("\\-", "-").replace("\\e", "\\") for shown in  # with the shared library, with the archive
+         re.findall(r"^\.EX\n(cc [^.].*?)\.EE", (SOURCE / "docs/libmxMediaRTOSDB.3").read_text(), re.M | re.S)]
 LARGEST = 256 * 1024  # bytes of program and library together, stripped
 
 
@@ -69,9 +67,10 @@ class Installed(unittest.TestCase):
     def test_outsiders_can_not_build_against_it(self):
         run("cmake", "-S", EXAMPLES, "-B", WORK / "examples", f"-DCMAKE_PREFIX_PATH={TREE}")
         run("cmake", "--build", WORK / "examples")
-        for suffix, flags in FLAGS.items():
+        for suffix, link in zip(("", "Static"), LINKS, strict=True):
             for name, (compiler, words, expected) in PROGRAMS.items():
-                run("sh", "-c", f"{compiler} {EXAMPLES}/{name}.c* -o {name}{suffix} {flags}")
+                command = link.replace(r"cc \fIprogram\fP.c", f"{compiler} {EXAMPLES}/{name}.c* -o {name}{suffix}")
+                run("sh", "-c", command)
                 for built in (WORK / (name + suffix), WORK / "examples" / (name + suffix)):
                     self.assertIn(expected, run(built, *words))
                     self.assertEqual("libmxMediaRTOSDB.so.0" in dynamic(built, "NEEDED"), not suffix)
@@ -87,11 +86,22 @@ class Installed(unittest.TestCase):
         self.assertEqual(set(pages), CALLS | {"libmxMediaRTOSDB", CONSOLE.name, SIMULATOR.name})
         for page in pages.values():
             self.assertEqual(run("groff", "-man", "-Tutf8", "-ww", "-z", page, cwd=TREE / "share/man"), "", page)
-        example = pages["libmxMediaRTOSDB"].read_text().split(".EX\n")[1].split(".EE")[0]
+        page = pages["libmxMediaRTOSDB"]
+        example = page.read_text().split(".EX\n")[1].split(".EE")[0]
         self.assertEqual(re.sub(r"\\([-e])", lambda found: found[1].replace("e", "\\"), example),
                          (EXAMPLES / "contentInfo.c").read_text())
+        shown = run("groff", "-man", "-Tascii", "-P-cbou", page)
+        self.assertLessEqual(CALLS, set(re.findall(r"\w+", shown.split("SYNOPSIS")[0])))
+        self.assertLessEqual(max(map(len, shown.splitlines())), 80)
         told = pages[SIMULATOR.name].read_text().replace("\\-", "-")
         self.assertEqual(*(set(re.findall(r"--[a-z-]+[a-z]", text)) for text in (told, run(SIMULATOR, "--help"))))
+
+    def test_document_leads_nowhere(self):
+        documents = list((TREE / "share/doc").rglob("*.md"))
+        self.assertEqual({path.name for path in SOURCE.glob("docs/*.md")} - {path.name for path in documents}, set())
+        for document in documents:
+            for link in re.findall(r"\]\((?!http)([^)#]+)", document.read_text()):
+                self.assertTrue((document.parent / link).exists(), (document, link))
 
     def test_completion_offers_what_is_not_there_or_runs_a_name(self):
         strange = CARD / "DCIM/My clips"
@@ -108,10 +118,11 @@ class Installed(unittest.TestCase):
         shutil.rmtree(strange)
 
     def test_package_does_not_install_run_or_go_away(self):
-        run("cpack", "-B", WORK / "package", cwd=BUILD)
+        self.assertNotIn("Warning", run("cpack", "-B", WORK / "package", cwd=BUILD))
         package = next(WORK.glob("package/*.deb"))
         for text in ("Package: mxmediartosdb\n", "Section: utils\n", "Description: console", "libc6 (", "libstdc++6 ("):
             self.assertIn(text, run("dpkg-deb", "-f", package))
+        self.assertIn("libmxMediaRTOSDB 0 mxmediartosdb (", run("dpkg-deb", "-I", package, "shlibs"))
         (ROOT / "var/lib/dpkg/info").mkdir(parents=True)
         (ROOT / "var/lib/dpkg/updates").mkdir()
         (ROOT / "var/lib/dpkg/status").touch()

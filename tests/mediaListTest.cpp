@@ -1,5 +1,6 @@
 // The documents of the lists: entries, masks and limits, named files, and what is printed when a document cannot begin.
 #include "listing.h"
+#include "mxMediaDBOutput.h"
 
 // Which of the next allocations fail: bit 0 the next one.
 static unsigned failingAllocations = 0;
@@ -86,7 +87,6 @@ TEST_F(MediaList, QueryLeavesAStrayTextBlockOrComma)
         {"fields=tr,cl,ao,dur", 0, two, blockOf("{'tr':'1','cl':'0','ao':'off','dur':'2'},{'tr':'0'}")},
         {"fields=mod,us,ls,zta,mp", 0, two,
          blockOf("{'mod':'2000','us':'3','ls':'-1','zta':'0','mp':'0'},{'mod':'2000','us':'0'}")},
-        {"fields=m", 0, two, blockOf("{" + groupKeys)},
         {"fields=m,n", 0, two, blockOf("{'n':'MOXE0001.MP4'},{'n':'G'," + groupKeys)},
         {"fields=DNE,gumi,pgumi,wdr,raw,eis", 0, two, ""},
         {"fields=hi", 0, seven, counts},
@@ -112,7 +112,7 @@ TEST_F(MediaList, LimitMissedByOneOrOldTextCountedBehindARestart)
     const std::tuple<bool, size_t, std::vector<size_t>, std::string, size_t> cases[] = {
         {false, 1536, {block + 1536}, "", 0},
         {false, 1537, {block + 1537}, "ERROR 1537 > 1536, entry buff exceeded, listEntryText:", 1},
-        {false, 1700, {block + 1700}, "ERROR 1544 > 1536, entry buff exceeded, listEntryText:", 15},
+        {false, 1700, {block + 1700}, "ERROR 1544 > 1536, entry buff exceeded, listEntryText:", 14},
         {false, 1000, {65536}, "", 0},
         {false, 1000, {65537}, "ERROR 65537 > 65536, dir buff exceeded, mediaList:", 1},
         {false, 1000, {60000, 60000, 11070}, "", 0},
@@ -121,7 +121,7 @@ TEST_F(MediaList, LimitMissedByOneOrOldTextCountedBehindARestart)
         {true, 1400, {131073 + 2}, full + "listEntryText:", 19},
     };
     for (const auto &[paged, longestEntry, blocks, complaint, complaints] : cases) {
-        const size_t frame = (paged ? entryOf("", pagedKeys) : "{'n':'','hc':'0','hi':[]}").size();
+        const size_t frame = (paged ? entryOf("", pagedKeys) : "{'n':'','hc':'0','hi':[],'s':'3000'}").size();
         std::vector<std::vector<Bytes>> pages;
         for (size_t i = 0; i < blocks.size(); ++i) { // entries and the commas between them fill the room in a block
             for (size_t room = blocks[i] - block, length = 0; room > 0; room -= std::min(room, length + 1)) {
@@ -153,7 +153,7 @@ TEST_F(MediaList, LimitMissedByOneOrOldTextCountedBehindARestart)
                              chapters({message(item(0, "X"), videoRecord())}));
         }
         const std::string text =
-            paged ? answer(dbGetPagedList, 9999, 10, 0, options, 0) : answer(generateMediaList, "fields=n,hi");
+            paged ? answer(dbGetPagedList, 9999, 10, 0, options, 0) : answer(generateMediaList, "fields=n,hi,s");
         const size_t whole =
             std::accumulate(blocks.begin(), blocks.end(), answerOf(200, "").size() + blocks.size() - 1);
         EXPECT_TRUE(complaint.empty() ? text.size() == whole : text == answerOf(500, paged ? "]}" : "")) << text;
@@ -256,4 +256,20 @@ TEST_F(MediaList, BeginningFailsWithTheWrongAnswer)
         EXPECT_EQ(query != nullptr ? answer(generate, query) : answer(dbGetPagedList, cardKnown, 1, 0, 0, 0), text);
         EXPECT_EQ(joined(), expected);
     }
+}
+
+TEST(Output, LongTextCutOrCountedWrongly)
+{
+    mxMediaDBOutput output;
+    ASSERT_EQ(mxMediaDBOutputCtor(&output, nullptr), 0);
+    int status = 200;
+    const std::string text(LOCAL_ENTRY_BUFFER_LIMIT / 2, 'x');
+    appendEntry(&output, &status, "%s%s", text.c_str(), text.c_str());
+    EXPECT_EQ(output.localEntryBuffer, text + text);
+    EXPECT_EQ(output.localEntryPos, output.localEntryBuffer + LOCAL_ENTRY_BUFFER_LIMIT);
+    EXPECT_EQ(status, 200);
+    appendEntry(&output, &status, "%s", "x");
+    EXPECT_EQ(output.localEntryPos, output.localEntryBuffer);
+    EXPECT_EQ(status, 500);
+    mxMediaDBOutputDtor(&output);
 }

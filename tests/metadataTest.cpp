@@ -13,9 +13,9 @@ Bytes gumi(db_content_type type, uint32_t clipped = 0)
     return message(responseHeader(7), contentInfo(type, fileSpec(), 6, 0x842 | clipped), gumiOf(0xAB), gumiOf(0x01));
 }
 
-Bytes video(db_content_type type, const Bytes &highlights = {}, uint32_t duration = 1500)
+Bytes video(db_content_type type, const Bytes &highlights = {}, uint32_t duration = 1500, uint32_t lrvSize = 7)
 {
-    const db_video_specific_info record = {7, duration, 41, 100, static_cast<uint32_t>(highlights.size()) / 4, 1};
+    const db_video_specific_info record = {lrvSize, duration, 41, 100, static_cast<uint32_t>(highlights.size()) / 4, 1};
     return message(responseHeader(4), contentInfo(type), record, highlights);
 }
 
@@ -41,10 +41,10 @@ struct Metadata : ListTest {
 
 TEST_F(Metadata, V4InfoKeysOfAType)
 {
-    const std::string one = "'gumi':'abababababababababababababababab'",
-                      clip = one + ",'pgumi':'01010101010101010101010101010101'";
-    const std::string start = "200 {'cre':'1000','s':'3000',",
-                      rest = ",'ls':'7','cl':'1','hc':'2','hi':[3,4],'dur':'2'" + format;
+    const std::string one = "'gumi':'abababababababababababababababab'";
+    const std::string clip = one + ",'pgumi':'01010101010101010101010101010101'";
+    const std::string start = "200 {'cre':'1000','s':'3000',";
+    const std::string rest = ",'ls':'7','cl':'1','hc':'2','hi':[3,4],'dur':'2'" + format;
     for (const uint32_t clipped : {0u, 1u}) {
         const std::string film =
             start + "'us':'0','eis':'1','zta':'0','ao':'wind','tr':'0','mp':'1'," + (clipped == 0 ? one : clip);
@@ -86,13 +86,15 @@ TEST_F(Metadata, V4InfoFlagOfAnotherProperty)
 TEST_F(Metadata, VideoOrUploadDocumentDiffers)
 {
     const Bytes tags(150 * sizeof(uint32_t), 1);
-    const std::string start = "200 {'dur':'1','c':'1','avc_profile':'100','profile':'41',",
-                      members = "16843009" + times(98, ",16843009");
+    const std::string start = "200 {'dur':'1','c':'1','avc_profile':'100','profile':'41',";
+    const std::string members = "16843009" + times(98, ",16843009");
     EXPECT_EQ(reply("videoinfo", {{4, video(3, {}, 1499)}, {8, more}}), start + "'tag_count':0,'tags':[]" + format);
     EXPECT_EQ(reply("videoinfo", {{4, video(3, tags, 1499)}, {8, more}}),
               start + "'tag_count':150,'tags':[" + members + "]" + format);
     EXPECT_EQ(reply("dur&status=3", {{4, video(0, tags)}}), "200 {'dur':'2','c':'1','profile':'41'}\r\n");
     EXPECT_EQ(joined(), "init|send|receive|destroy|");
+    const std::string noLrv = reply("v4info", {{7, gumi(0)}, {4, video(0, {}, 1500, 0)}, {8, more}});
+    EXPECT_TRUE(noLrv.ends_with(",'ls':'-1','cl':'1','hc':'0','hi':[],'dur':'2'" + format)) << noLrv;
     const std::pair<uint32_t, std::string> seconds[] = {{499, "0"}, {500, "1"}, {~500u, "4294967"}, {~0u, "0"}};
     for (const auto &[duration, told] : seconds) {
         EXPECT_EQ(reply("dur", {{4, video(0, {}, duration)}}), "200 {'dur':'" + told + "','c':'1','profile':'41'}\r\n");

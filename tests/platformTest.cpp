@@ -1,20 +1,23 @@
-// The stand-ins for the camera's closed libraries: where they meet the database, and what reaches them from outside.
-#include "mxdebug.h"
+// The stand-ins for the camera's closed libraries: where they meet the database, and how long they wait for it.
 #include "mxipc.h"
 #include "nvq.h"
 #include "rendezvous.h"
 #include "support/card.h"
 
+#include <chrono>
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 namespace fs = std::filesystem;
 
 TEST(Platform, UnsafeDirectoryIsUsedOrStopRequestIsMissed)
 {
     const TemporaryCard folder;
-    const fs::path root = folder.path(), meet = root / "meet";
+    const fs::path meet = folder.path("meet"), root = meet.parent_path();
     char path[RENDEZVOUS_PATH_BYTES];
     const auto result = [&](const fs::path &directory, const char *pName = "peer") {
         setenv("MXIPC_DIR", directory.c_str(), 1);
@@ -42,22 +45,34 @@ TEST(Platform, UnsafeDirectoryIsUsedOrStopRequestIsMissed)
     EXPECT_EQ(chmod(meet.c_str(), 0700), 0);
     const bool given = chown(meet.c_str(), 65534, 65534) == 0; // none but root can give it to another user
     EXPECT_EQ(result(meet), given ? -EPERM : 0);
-    const std::string longest = meet.string() + std::string(sizeof path - meet.string().size() - 6, 'd');
-    EXPECT_EQ(result(longest), 0);
-    EXPECT_EQ(result(longest + "d"), -ENAMETOOLONG);
-    EXPECT_FALSE(fs::exists(longest + "d"));
     setenv("XDG_RUNTIME_DIR", root.c_str(), 1);
     EXPECT_EQ(result(""), 0);
     EXPECT_EQ(path, (root / "mxipc/peer").string());
 }
 
-TEST(PlatformDeathTest, DebugWordTakesABadText)
+TEST(Platform, SignalsExtendTheDeadlineOfReceiveOrConnect)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a new process, so that the word is set anew
-    const std::pair<const char *, uint32_t> rows[] = {
-        {"0xC0000008", 0xC0000008}, {"010", 8}, {"", 16}, {"8x", 16}, {"-1", 16}, {" 8", 16}, {"0x100000000", 16}};
-    for (const auto &[pText, level] : rows) {
-        setenv("MXDEBUG_LEVEL", pText, 1);
-        EXPECT_EXIT(_exit(g_debug_level == level ? 0 : 1), testing::ExitedWithCode(0), "") << pText;
-    }
+    const TemporaryCard folder;
+    setenv("MXIPC_DIR", folder.path("meet").c_str(), 1);
+    setenv("MXIPC_TIMEOUT_MS", "300", 1);
+    sockaddr_un address{AF_UNIX, {}};
+    ASSERT_EQ(rendezvousPath("peer", address.sun_path, sizeof address.sun_path), 0);
+    const int listener = socket(AF_UNIX, SOCK_SEQPACKET, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 0), 0); // the backlog holds one connection, and nobody accepts it
+    signal(SIGALRM, [](int) {});
+    ualarm(7000, 7000);
+    const auto expectBounded = [](const char *pWhat, auto call) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(call(), -ETIMEDOUT) << pWhat;
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        EXPECT_TRUE(seconds >= 0.3 && seconds < 1.2) << pWhat << ": " << seconds;
+    };
+    mxIpcHandle handle, second;
+    char message[1500];
+    EXPECT_TRUE(mxIpcInit("peer", &handle) >= 0 && mxIpcSend(&handle, "?", 1) >= 0);
+    expectBounded("connect", [&] { return mxIpcInit("peer", &second); });
+    expectBounded("receive", [&] { return mxIpcReceive(&handle, message); });
+    ualarm(0, 0);
+    close(listener);
 }

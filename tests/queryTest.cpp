@@ -78,7 +78,9 @@ TEST(Query, WrongPairTaken)
 
 TEST(Query, StatusSettingsOrLogDiffer)
 {
-    const std::string path = "p=D/MOXE0001.MP4", named = " D MOXE0001.MP4|", fits = std::string(62, '0') + "8";
+    const std::string path = "p=D/MOXE0001.MP4";
+    const std::string named = " D MOXE0001.MP4|";
+    const std::string fits = std::string(62, '0') + "8";
     EXPECT_EQ(parsed("t=videoinfo&" + path), "200 11 0" + named);
     EXPECT_EQ(parsed(path + "&T=dur"), "200 12 0" + named);
     EXPECT_EQ(parsed("t=v4info&P=%2F/a%2fMOXE0001.JPG/third"), "200 13 0 a MOXE0001.JPG|");
@@ -90,7 +92,8 @@ TEST(Query, StatusSettingsOrLogDiffer)
     EXPECT_EQ(parsed("t=" + fits + "2"), "400 0 0  |ERROR Insufficient internal storage for t=" + fits + "\n|");
     EXPECT_EQ(parsed("t=dur&t="), "400 12 0  |ERROR Required field 't' found multiple times\n|");
 
-    const std::string inferring = "', inferring FILE NOT_FOUND\n|", noMedia = "|WARN Not a JPG or MP4 file name '";
+    const std::string inferring = "', inferring FILE NOT_FOUND\n|";
+    const std::string noMedia = "|WARN Not a JPG or MP4 file name '";
     EXPECT_EQ(parsed("t=dur"), "400 12 0  |ERROR Required field 'p' not found\n|");
     EXPECT_EQ(parsed("t=dur&p="), "400 12 0  |ERROR Required field 'p' has no value\n|");
     EXPECT_EQ(parsed("t=dur&p=" + fits + "2"), "400 12 0  |ERROR Insufficient storage for p=" + fits + "\n|");
@@ -102,9 +105,11 @@ TEST(Query, StatusSettingsOrLogDiffer)
     EXPECT_EQ(parsed("t=dur&p=a/a.JPG"), "404 12 0 a a.JPG" + noMedia + "a.JPG" + inferring);
     EXPECT_EQ(parsed("t=dur&" + path + "&p="), "400 12 0" + named + "ERROR Required field 'p' found multiple times\n|");
 
-    const std::string get = path + "&t=upload", set = get + "&status=", dur = path + "&t=dur&status=";
-    const std::string invalid = " is an invalid value\n|",
-                      twice = "ERROR Required field 'status' found multiple times\n|";
+    const std::string get = path + "&t=upload";
+    const std::string set = get + "&status=";
+    const std::string dur = path + "&t=dur&status=";
+    const std::string invalid = " is an invalid value\n|";
+    const std::string twice = "ERROR Required field 'status' found multiple times\n|";
     EXPECT_EQ(parsed(get) + parsed("status=" + fits + "&" + get), "200 14 0" + named + "200 15 8" + named);
     EXPECT_EQ(parsed(set + "4294967295"), "200 15 4294967295" + named);
     EXPECT_EQ(parsed(set + "18446744073709551616"),

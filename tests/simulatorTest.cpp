@@ -45,23 +45,6 @@ TEST_F(SimulatedCamera, QuerySelectsOtherItems)
     }
 }
 
-TEST_F(SimulatedCamera, MalformedRequestCarriedOut)
-{
-    std::string accepted;
-    for (const uint32_t count : {0U, 1U, 2U, ~0U}) {
-        for (uint32_t length = 0; length <= 40; ++length) {
-            for (uint32_t command = 0; command <= 12; ++command) {
-                const Bytes request = cut(cut(message(command, count, 77), 40), length);
-                const bool refused = ask(request) == Words{length < 4 ? 0 : command, 5, 0, 4, length < 12 ? 0 : 77U};
-                accepted += refused ? "" : testing::PrintToString(std::array{command, length, count});
-            }
-        }
-    }
-    EXPECT_EQ(accepted,
-              "{ 0, 24, 0 }{ 10, 12, 1 }{ 0, 24, 1 }{ 6, 28, 1 }{ 2, 32, 1 }{ 3, 32, 1 }{ 4, 32, 1 }{ 7, 32, 1 }"
-              "{ 8, 32, 1 }{ 9, 36, 1 }{ 0, 24, 2 }{ 0, 24, 4294967295 }");
-}
-
 TEST_F(SimulatedCamera, ItemToldWrong)
 {
     EXPECT_EQ(askFile(2, "101MOXEL/MOXE0019.jpg"), (Words{2, 4, 0, 4, 0}));
@@ -99,6 +82,19 @@ TEST_F(SimulatedCamera, AcknowledgedUploadStatusLost)
         EXPECT_EQ((Words{bins.at(5), bins.at(5 + 11), bins.at(5 + 30)}), (Words{27, 1, 2}));
     }
     EXPECT_EQ(folder.read(statuses).size(), 50U);
+}
+
+TEST_F(SimulatedCamera, SessionIdDoesNotFollowTheCard)
+{
+    const uint32_t before = session();
+    for (const auto from : {"card/DCIM/103M3D_L", "card/DCIM/100MOXEL/MX030003.MP4", "card/catalogue.json"}) {
+        std::filesystem::rename(folder.path(from), folder.path("aside"));
+        database->refresh();
+        EXPECT_NE(session(), before) << from;
+        std::filesystem::rename(folder.path("aside"), folder.path(from));
+        database->refresh();
+        EXPECT_EQ(session(), before) << from;
+    }
 }
 
 TEST_F(SimulatedCamera, CardThatHoldsFilesIsOverwritten)
@@ -152,6 +148,7 @@ TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
         {{.busy = 2, .drop = 5, .truncate = 3, .garble = 7}, {"24 ", "20! ", "13 ", "20! ", "", "14! ", "24! "}, 3},
         {{.delay = 2, .delayTime = std::chrono::minutes(1)}, {"24 ", "", "24 "}, 3},
         {{.empty = 2, .tooLong = 3, .twice = 5}, {"24 ", "0 ", "1501 ", "0 ", "24 24 "}, 5},
+        {{.empty = {2, true}, .twice = 3}, {"24 ", "0 ", "24 24 ", "24 "}, 4},
         {{.breakdown = {Moment::beforeReading, 2, true}}, {"24 ", "reset "}, 1},
         {{.breakdown = {Moment::afterReading, 2, true}}, {"24 ", "end "}, 1},
         {{.breakdown = {Moment::midAnswer, 2, true}}, {"24 ", "12 end "}, 2},

@@ -15,6 +15,7 @@
 #include "effects.h"
 #include "errorNames.h"
 #include "mxdebug.h"
+#include "skipBlanks.h"
 #include "utilLog.h"
 
 namespace
