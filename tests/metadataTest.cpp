@@ -1,6 +1,7 @@
 // Whole documents about one file, and the failures that leave only a head.
 #include <regex>
 
+#include "fieldFormatters.h"
 #include "listing.h"
 
 namespace
@@ -131,4 +132,18 @@ TEST_F(Metadata, FailureAnsweredInPartOrGoneOn)
     EXPECT_EQ(reply("videoinfo", {{4, video(0)}, {8, refusal(1)}}), "503 ");
     EXPECT_EQ(reply("dur", {{4, cut(video(4), 80)}}), "501 ERROR not implemented for content_type 4\n|");
     EXPECT_EQ(reply("videoinfo", {{4, cut(video(-2), 80)}}), "501 ERROR not implemented for content_type -2\n|");
+}
+
+TEST(FieldFormatters, MissingRecordWritesOrNameAndTimeDoNot)
+{
+    mxMediaDBOutput output;
+    ASSERT_EQ(mxMediaDBOutputCtor(&output, nullptr), 0);
+    db_content_info info = contentInfo(4, fileSpec("100MOXEL", "MOXE0005.JPG"), 2, 0);
+    info.modification_time = UINT32_MAX;
+    int status = formatContentInfo(&output, FIELD_N | FIELD_MOD, nullptr);
+    status |= formatMoreInfo(&output, FIELD_ALL, "", nullptr) | formatVideoInfo(&output, FIELD_LS, ",", nullptr);
+    status |= formatContentInfo(&output, FIELD_N | FIELD_MOD, &info);
+    EXPECT_EQ(status, 200);
+    EXPECT_STREQ(output.localEntryBuffer, R"("n":"MOXE0005.JPG","mod":"4294967295")");
+    mxMediaDBOutputDtor(&output);
 }
