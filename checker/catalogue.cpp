@@ -69,8 +69,10 @@ void requireItemUnderTest(const cah_item_s *cahItem, uint32_t reportedIndex)
 class FilePath
 {
   public:
-    FilePath(const char *pDirName, const char *pFileName)
+    FilePath(const char *pDir, const char *pFile)
     {
+        const char *pDirName = textOf(pDir);
+        const char *pFileName = textOf(pFile);
         const size_t dirLength = strlen(pDirName);
         const size_t fileLength = strlen(pFileName);
         if (dirLength + 1 + fileLength >= sizeof short_) {

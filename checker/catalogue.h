@@ -45,7 +45,7 @@ extern std::map<std::string, int32_t, std::less<>> gFileMap;
 [[noreturn]] void failCheck(const char *pExpression, const char *pDetail, ...) __attribute__((format(printf, 2, 3)));
 
 /*
- * Callbacks of a walk. Each throws when a check fails. The context must be null.
+ * Callbacks of a walk. Each throws when a check fails. The context must be null where nothing else is said.
  */
 
 /** First reading: adds the item. */

@@ -168,8 +168,8 @@ void startRun(checkRun *pRun, int32_t pageSize)
 template <typename Read, typename Require>
 void checkReading(const char *pLabel, Read read, Require require)
 {
-    startPhase(pLabel);
     clearHistogram();
+    startPhase(pLabel);
     const time_t begin = time(nullptr);
     read();
     const time_t end = time(nullptr);

@@ -97,7 +97,7 @@ int consoleRun(int argc, char **argv)
     const int status = runUntilEnd(argc, argv);
     // A verdict that nobody can read is none.
     if (status >= 0 && (fflush(stdout) != 0 || ferror(stdout) != 0)) {
-        perror("standard output");
+        fprintf(stderr, "standard output could not be written\n");
         return -1;
     }
     return status;

@@ -34,7 +34,7 @@ DB_STATIC_ASSERT(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 /** Name of the IPC channel at whose far end the database answers. */
 #define DB_CHANNEL_NAME "rtos_media_db"
 
-/** Token of the console's and the checker's requests, but for setting an upload status. No meaning; it is echoed. */
+/** Token that console and checker pass to the calls that take one, but for setting a status. No meaning; echoed. */
 #define DB_CALLERS_TOKEN 0x600df00du
 
 enum {

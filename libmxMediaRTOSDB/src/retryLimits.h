@@ -8,7 +8,7 @@
 enum {
     EXCHANGE_ATTEMPTS_MAX = 11,      ///< times that one request is sent, the first included
     LIST_RESTARTS_MAX = 11,          ///< times that a list begins anew, the first beginning left out
-    RETRY_WAIT_MICROSECONDS = 100000 ///< behind a failure; also behind an upload status that is refused and not resent
+    RETRY_WAIT_MICROSECONDS = 100000 ///< behind a failure; for upload statuses also behind a refusal, not made again
 };
 
 #endif
