@@ -4,8 +4,8 @@
 
 #include <csignal>
 
-#include "../fuzz/transport.h"
 #include "support/records.h"
+#include "transport.h"
 #include "utilLog.h"
 #include "wireCursor.h"
 
