@@ -64,8 +64,8 @@ extern "C" {
  * hold them. What can't be read below "DCIM/" is passed over. The platform is asked at most twice a second whether the
  * scan must stop; once it said so during a scan, no scan of this process goes on.
  * @param ppResult receives the block, to be freed with free(): on SCANDIR_NO_ERROR, and with the files found so far
- *        when a stop came during the scan, or in an earlier scan of the process. Else untouched, and nothing is left to
- *        be freed.
+ *        when a stop came during the scan, or during an earlier one of the process and is over by now. Else untouched,
+ *        and nothing is left to be freed.
  * @param pCount receives the number of entries, on SCANDIR_NO_ERROR only
  * @return `SCANDIR_...`
  */

@@ -189,6 +189,7 @@ TEST(MediaListQuery, BadQueryAccepted)
     const std::tuple<std::string, int, std::string> cases[] = {
         {"f=", 400, "Field 'f' has no value"},
         {"f=VIDEO", 501, "f=VIDEO not implemented"},
+        {"f=video%00x", 501, "f=video not implemented"},
         {"f=" + long63, 501, "f=" + long63 + " not implemented"},
         {"f=" + long63 + "a", 400, storage + "f=" + long63},
         {"f=video&f=", 400, "Field 'f' found multiple times"},

@@ -23,7 +23,7 @@ struct walkArguments {
     uint32_t *pTotal;
 };
 
-// One page and its walk. A negative or cut-short result is stored in `*pReturned` like a full one, and ends the call.
+// One page and its walk. False for a failure, and for a page cut short behind its first item: no time is logged then.
 bool walkPage(const walkArguments &arguments, uint32_t listOptions, uint32_t queryOptions, int *pReturned)
 {
     uint8_t response[DB_MESSAGE_MAX_BYTES];

@@ -40,7 +40,7 @@ struct listWalk {
     uint32_t startIndex;   ///< where the walk begins, and begins anew
     uint32_t listOptions;  ///< `DB_LIST_OPTION_...` of each request
     uint32_t queryOptions; ///< `RTOS_DB_QUERY_...` of each request, and of the check of each item
-    int pagesMax;          ///< exchanges made at most, failed ones too; or `LIST_WALK_ALL_PAGES`
+    int pagesMax;          ///< pages asked for at most, in vain too; or `LIST_WALK_ALL_PAGES`
 
     int status;                 ///< status of the answer
     char cardId[CARD_ID_BYTES]; ///< identity of the card; "0" when it is not known

@@ -80,7 +80,8 @@ int parseDataSet(const char *pQueryString, int length, mediaQuerySettings *pSett
     if (status != HTTP_OK || found == QUERY_KEY_ABSENT) {
         return status;
     }
-    const dataSet *pSet = findWord(dataSets, value);
+    const bool holdsZero = strlen(value) != static_cast<size_t>(found);
+    const dataSet *pSet = holdsZero ? nullptr : findWord(dataSets, value);
     if (pSet == nullptr) {
         UTIL_LOG(UTIL_LOG_LEVEL_ERROR, "%s=%s not implemented\n", keyF.pName, value);
         return HTTP_NOT_IMPLEMENTED;

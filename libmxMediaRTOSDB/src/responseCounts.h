@@ -17,7 +17,7 @@ void lowerCountReturned(int level, const db_request_header *pRequest, db_respons
 
 /**
  * Number of entries to be read of a page: the `count_returned` of its header, or, with two warnings, what remains of
- * the total when that is less. An index above the total leaves the count as it is.
+ * the total when that is less. What remains behind an index above the total is counted in 32 bits, and so is large.
  * @param startingIndex index that the page was asked for at
  */
 uint32_t cutToTotal(uint32_t startingIndex, const db_list_response_header *pHeader);
