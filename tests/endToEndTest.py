@@ -112,7 +112,7 @@ class Documents(Camera):
 
 class Breakdown(Camera):
     """Commands against cameras that break down or answer wrongly at each exchange, each with a card of its own."""
-    COMMANDS = [("list", "f=gumi,what"), ("pl", "99", "2", "0", "14", "0"), ("cl", "9", "0"), ("cc", "3"),
+    COMMANDS = [("list", "fields=n,what"), ("pl", "99", "2", "0", "14", "0"), ("cl", "9", "0"), ("cc", "3"),
                 ("mus", *FILE, "9")]
     STAY = ("MOXE0001.MP4", "MOXE0003.MP4", "MX010003.MP4", "G0010001.JPG", "G0010003.JPG", "SESS0012.MET")
     MOMENTS = ("before-reading", "after-reading", "mid-answer", "after-answer")
@@ -127,6 +127,9 @@ class Breakdown(Camera):
         self.exchanges = {}
         self.whole = {words: self.met(words, False) for words in self.COMMANDS}
         self.exchanges = {words: self.met((*words, "1", "6"), False)[1].count(b"Snd :") for words in self.COMMANDS}
+        for words in self.COMMANDS:
+            self.assertGreater(self.exchanges[words], 0, words)
+            self.assertEqual(self.whole[words][0], 1 if words[0] == "cl" else 0, words)
 
     def met(self, words, returns, *options):
         """Status and output of a run that meets such a camera, which may return sound, and the upload status left."""
@@ -171,7 +174,6 @@ class Breakdown(Camera):
         cases = [(words, returns, f"--{end}", f"{moment}:{number}")
                  for words in self.COMMANDS for number in range(1, self.exchanges[words] + 1)
                  for end in ("die", "silence") for moment in self.MOMENTS for returns in (True, False)]
-        self.assertGreater(len(cases), 300)
         # An exchange under way is made again, a document from its start; a walk finds no channel and ends.
         self.judge(cases, lambda words, returns, _, moment: moment == f"after-answer:{self.exchanges[words]}" or (
             returns and (words[0] in ("list", "pl") or "reading" in moment)))
@@ -188,7 +190,7 @@ class Replay(Camera):
     COMMANDS = [("list", ""), ("vid", *FILE), ("cc", "10")]
 
     def outputs(self):
-        return [self.printed(*words, "1", "2") for words in self.COMMANDS]
+        return [re.sub("took [0-9:]+", "", self.printed(*words, "1", "2")) for words in self.COMMANDS]
 
     def test_replay_that_prints_something_else(self):
         self.start()

@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 
+#include "replay.h"
 #include "sampleCard.h"
 #include "server.h"
 #include "support/card.h"
@@ -180,4 +181,20 @@ TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
         waitpid(child, &status, 0);
         EXPECT_EQ(status, row.faults.breakdown.dies ? SIGKILL : 0);
     }
+}
+
+TEST(SimulatorReplay, AnswersOfEqualRequestsOrTheirTokensMixedUp)
+{
+    const std::string asked = "Snd :\n[00000/00012]: 0A 00 00 00  01 00 00 00   11 11 11 11\n";
+    const std::string answer(" 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 11 11 11 11\n");
+    const std::string first = "Rcv :\n[00000/00020]:" + answer, second = "Rcv :\n[00000/00021]:" + answer;
+    sim::Replay replay = sim::parseReplay(asked + first + asked + second.substr(0, second.size() - 1) + " 00\n", "d");
+    for (const size_t size : {20U, 21U, 20U}) {
+        const std::optional<sim::Message> got = replay.answer(sim::bytesOf(db_request_header{10, 1, 0x22222222}));
+        ASSERT_TRUE(got && got->size() == size);
+        EXPECT_EQ(got->bytes()[16], 0x22);
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(replay.answer(sim::bytesOf(db_request_header{9, 1, 0}))->bytes()[4], DB_STATUS_FAILURE);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("not in the recording"), std::string::npos);
 }
