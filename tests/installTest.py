@@ -78,8 +78,9 @@ class Installed(unittest.TestCase):
     def test_stand_ins_reach_a_camera(self):
         for component in ("console", "library"):
             run("cmake", "--install", BUILD, "--prefix", WORK / "camera", "--component", component)
-        self.assertEqual({path.name for path in (WORK / "camera").rglob("*.*")},
-                         {CONSOLE.name + ".1", "libmxMediaRTOSDB.so.0.1.0", "libmxMediaRTOSDB.so.0"})
+        installed = [path.name for path in (WORK / "camera").rglob("*") if not path.is_dir()]
+        self.assertEqual(sorted(installed), ["libmxMediaRTOSDB.so.0", "libmxMediaRTOSDB.so.0.1.0",
+                                             *2 * [CONSOLE.name], CONSOLE.name + ".1"])
 
     def test_man_page_is_badly_set_or_outdated(self):
         pages = {page.stem: page for page in TREE.rglob("man?/*")}
@@ -100,7 +101,7 @@ class Installed(unittest.TestCase):
         documents = list((TREE / "share/doc").rglob("*.md"))
         self.assertEqual({path.name for path in SOURCE.glob("docs/*.md")} - {path.name for path in documents}, set())
         for document in documents:
-            for link in re.findall(r"\]\((?!http)([^)#]+)", document.read_text()):
+            for link in re.findall(r"\]\((?!https?:)([^)#]+)", document.read_text()):
                 self.assertTrue((document.parent / link).exists(), (document, link))
 
     def test_completion_offers_what_is_not_there_or_runs_a_name(self):
