@@ -31,12 +31,11 @@ card meta p=100MOXEL/MOXE0009.MP4&t=v4info 2; card meta p=100MOXEL/MOXE0001.MP4&
 card list; card list fields=n,hi,ghi,dur,us,what 2 4; fresh list f=none;
 card list f=gumi&folder=100MOXEL&files=MOXE0009.MP4,MOXE9999.MP4; card pl 40 10 0 6 0 2 4; card pl 3 10 1 12 0;
 fresh pl 40 10 0 0 256; card cl 50; card cl 5 0 3 4; card cl 5 1000; half cl 5 0 1 4; card cc 9 1 4;
-card|ci|100MOXEL|MOXE0001.MP4|2|lvl|4|list|||vid|100MOXEL|MOXE0001.MP4||exit|;
-card|filebygumi|DB34CC88F77F968FB381768917156F63||mus|100MOXEL|MOXE0001.MP4|7||hist|lvl||)";
+card|mus|100MOXEL|MOXE0001.MP4|7||lvl|4|list|||vid|100MOXEL|MOXE0001.MP4||hist|exit|;
+card|ci|100MOXEL|MOXE0001.MP4|2|filebygumi|DB34CC88F77F968FB381768917156F63||lvl||)";
 
-// Behind RANDOM: calls whose failure no run may end with.
-enum { INIT, SEND, RECEIVE, HALF, BUSY, HEAP, NEW, OPEN, PUT, GET, CLOSE, MKDIR, STAT, SCAN, RANDOM };
-enum { NVQ = RANDOM + 1, TIME, TIMEOFDAY, LOCALTIME, GMTIME, ASCTIME, MQ_OPEN, MQ_SEND, MQ_CLOSE, FAULTS };
+enum { INIT, SEND, RECEIVE, HALF, BUSY, HEAP, NEW, OPEN, PUT, GET, CLOSE, MKDIR, STAT, SCAN, RANDOM, NVQ };
+enum { TIME = NVQ + 1, TIMEOFDAY, LOCALTIME, GMTIME, ASCTIME, MQ_OPEN, MQ_SEND, MQ_CLOSE, FAULTS };
 static constexpr const char *faultNames[FAULTS] = {
     "mxIpcInit", "mxIpcSend",    "mxIpcReceive", "half an answer", "busy database", "calloc",  "new",     "fopen",
     "fputs",     "fgets",        "fclose",       "mkdir",          "stat",          "scandir", "rand",    "nvq_get",
@@ -62,6 +61,28 @@ static const Exception exceptions[] = {
     {"card|*", {GET}, "> ", ""},                                // what can't be read is the end of the input
 };
 
+enum { OWN_RESULT = -5 }; // of the transport
+static constexpr char direct[] = "*[ |]@(ci|mi|gci|vsi|gumibyfile|filebygumi)[ |]*";
+// The faults that may end a run, each by itself or only when all further calls fail, too, and the status it ends with:
+// that of the first row that fits. A fault without a row is got over.
+struct End {
+    const char *pCommands;
+    std::vector<int> single, lasting;
+    int status = -1;
+};
+static const End ends[] = {
+    {direct, {INIT}, {}, OWN_RESULT},
+    {"* vsi *", {SEND}, {}, OWN_RESULT},
+    {direct, {SEND, RECEIVE, HALF, BUSY}, {}},
+    {"*", {INIT}, {SEND, RECEIVE}}, // other exchanges are made again, documents and pages as well
+    {"*@(list|pl|vid|meta|dur)*", {HEAP}, {HALF, BUSY}},
+    {"*@(vid|meta|dur|f=gumi|cc)*", {HALF, BUSY}, {}},
+    {"*@(list|vid|meta|dur)*", {STAT}, {OPEN}},
+    {"fresh @(list|vid)*", {OPEN, PUT, CLOSE, MKDIR}, {RANDOM}},
+    {"* cc *", {HEAP, NEW, STAT, SCAN}, {}},
+    {"card|*", {GET}, {}},
+};
+
 struct ConsoleRun {
     int fault = FAULTS; // none
     int first = 0;      // number of the failing call
@@ -76,7 +97,6 @@ static bool productRuns = false;
 static bool halvesFirst = false;
 static sim::Database *pDatabase = nullptr;
 static sim::Bytes request;
-enum { OWN_RESULT = -5 }; // of the transport
 static constexpr uint32_t openMark = 0x09E4;
 
 static bool fails(int fault)
@@ -207,20 +227,24 @@ static std::string judged(const std::string &command, const ConsoleRun &clean)
             run.status == toldStatus(clean) && comparable(run.output, command) == comparable(clean.output, command);
         return isSame && run.wrongs == 0 ? "" : formatted("other output: %d, wrongs: %d", !isSame, run.wrongs);
     }
-    const bool isDirect = matches(command, "*[ |]@(ci|mi|gci|vsi|gumibyfile|filebygumi)[ |]*");
-    const bool isRetried = !isDirect && run.once && (run.fault == SEND || run.fault == RECEIVE);
-    const bool isOwn = run.fault == INIT ? isDirect : run.fault == SEND && matches(command, "* vsi *");
-    const bool isTold = run.status == (isOwn ? OWN_RESULT : -1) || (run.status == -1 && matches(command, "card|*"));
-    if (run.fault > RANDOM || isRetried || !isTold) {
+    const auto isEnd = [&](const End &row) {
+        const bool isLasting = !run.once && std::ranges::count(row.lasting, run.fault) != 0;
+        return (isLasting || std::ranges::count(row.single, run.fault) != 0) && matches(command, row.pCommands);
+    };
+    const auto *const pRow = std::ranges::find_if(ends, isEnd);
+    if (pRow == std::end(ends) || run.status != pRow->status) {
         return "not the status told";
     }
+    const size_t prompt = run.output.rfind("\n> ") + 1; // 0: none
     const size_t head = run.output.rfind("HTTP/1.1 ");
-    const bool isDocument = head != run.output.npos && run.output.find("\n> ", head) == run.output.npos;
+    const bool isDocument = head != run.output.npos && head >= prompt;
+    const size_t start = isDocument ? head : prompt;
     const char *pEnd = "HTTP/1.1 [45]?? \r\nContent-Type: application/json\r\n\r\n?({\"id\":\"+([!\"])\""
                        "?(,\"unsupported_fields\":\"what\"),\"media\":[[]]}?(]})\r\n)\nreturn -1\n";
-    return matches(run.output.substr(isDocument ? head : 0), isDocument ? pEnd : "*return?(ed) -[15]\n")
-               ? ""
-               : "no told end";
+    const bool isWhole = clean.output.starts_with(run.output.substr(0, start)) &&
+                         (isDocument || !matches(command, "* @(list|pl|vid|meta|dur)*"));
+    return isWhole && matches(run.output.substr(start), isDocument ? pEnd : "*return?(ed) -[15]\n") ? ""
+                                                                                                    : "no told end";
 }
 
 // Blocks of the heap that a run may take: of the output buffers three for a document and one for a paged list.
