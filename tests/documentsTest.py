@@ -1,13 +1,15 @@
 """
 Runs the commands that the documents show and compares what they print. Arguments: folder of the programs, root of the
-project, then unittest's.
+project, then unittest's. In place of the folder the script `run`: it runs the commands of README alone, on the card at
+/tmp/fuse_d.
 
-A console block holds lines "$ command", each with its output behind it. A command that ends in a backslash goes on in
-the next line. Words behind a prompt are what is typed. A block with a name behind its language is a
-file. The commands of a document run one after the other in one shell, in a folder of its own, with a card of its own in
-place of /tmp/fuse_d, a free port in place of 8080 and a channel of its own in place of that of user 1000. What can't be
-the same twice counts as equal: the date of the build, the card's random identity and times taken. Carriage returns,
-colours and empty lines at the end, which a page can't show, are left out. All other bytes count.
+A console block, in a man page one between .EX and .EE, holds lines "$ command", each with its output behind it. A
+command that ends in a backslash goes on in the next line. Words behind a prompt are what is typed. A block with a name
+behind its language is a file. The commands of a document run one after the other in one shell, in a folder of its own,
+with a card of its own in place of /tmp/fuse_d, a free port in place of 8080 and a channel of its own in place of that
+of user 1000. What can't be the same twice counts as equal: the date of the build, the card's random identity and times
+taken. Carriage returns, colours and empty lines at the end, which a page can't show, are left out. All other bytes
+count.
 """
 import os
 import pathlib
@@ -19,6 +21,7 @@ import tempfile
 import unittest
 
 PROGRAMS, ROOT = (pathlib.Path(sys.argv.pop(1)).resolve() for _ in range(2))
+SCRIPT = PROGRAMS.is_file()
 CARD, PORT, IPC = "/tmp/fuse_d", "8080", "/run/user/1000/mxipc"
 SERVE = [(f"rtosMediaDBSim --card {CARD} --make-card", ""), (f"rtosMediaDBSim --card {CARD} &", "serving")]
 FUNCTIONS = r"""
@@ -57,15 +60,15 @@ def run(text):
         os.mkdir(f"{folder}/bin")
         os.symlink(PROGRAMS / "consoleAtCard", f"{folder}/bin/mxMediaRTOSDBTestApp")
         os.symlink(PROGRAMS / "rtosMediaDBSim", f"{folder}/bin/rtosMediaDBSim")
-        os.symlink(PROGRAMS / "consoleAtCard", f"{folder}/run")
         for name, content in re.findall(r"^```[a-z]+ (\w[\w.]*)\n(.*?)^```$", text, re.M | re.S):
             pathlib.Path(folder, name).write_text(content)
             pathlib.Path(folder, name).chmod(0o755)
-        before = SERVE if "$ ./run" in text else []
+        before = SERVE if "$ ./run" in text and not SCRIPT else []
         script = FUNCTIONS + "".join(step(*pair) for pair in [*before, *commands(text)])
         environment = dict(os.environ, PATH=f"{folder}/bin:{os.environ['PATH']}",
                            MXIPC_DIR=f"{folder}/ipc", TEST_CARD=f"{folder}/card/")
         script = script.replace(CARD, f"{folder}/card").replace(PORT, port)
+        script = script.replace("./run", str(PROGRAMS if SCRIPT else "mxMediaRTOSDBTestApp"))
         with open(f"{folder}/output", "w+", newline="") as output:
             subprocess.run(["timeout", "120", "bash", "-c", script], cwd=folder, env=environment,
                            stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
@@ -82,8 +85,9 @@ def plain(text):
 
 class Documents(unittest.TestCase):
     def test_document_shows_what_is_not_printed(self):
-        for document in (ROOT / "README.md", ROOT / "simulator/README.md", *sorted((ROOT / "docs").glob("*.md"))):
-            text = document.read_text()
+        others = [ROOT / "simulator/README.md", *sorted((ROOT / "docs").glob("*.*"))]
+        for document in [ROOT / "README.md", *([] if SCRIPT else others)]:
+            text = document.read_text().replace(".EX\n", "```console\n").replace(".EE\n", "```\n").replace("\\-", "-")
             shown = list(commands(text))
             self.assertEqual(len(re.findall(r"^ *\$ ", text, re.M)), len(shown), f"{document.name}: one is not run")
             printed = run(text) if shown else []

@@ -17,8 +17,9 @@ CHANNEL = tempfile.TemporaryDirectory()  # the path of a socket is short
 ENVIRONMENT = dict(os.environ, MXIPC_DIR=CHANNEL.name, PATH=f"{WORK}/tools:{os.environ['PATH']}:/usr/sbin:/sbin")
 PROGRAMS = {"contentInfo": ("cc", ["100MOXEL", "MOXE0001.MP4"], "type 0, 4096 bytes, 3 highlights\n"),
             "walkCatalogue": ("c++", [], "\n100MOXEL/MOXE0003.MP4 10255 bytes, 4 files\n")}
-LINKS = [shown.replace("\\-", "-").replace("\\e", "\\") for shown in  # with the shared library, with the archive
-         re.findall(r"^\.EX\n(cc [^.].*?)\.EE", (SOURCE / "docs/libmxMediaRTOSDB.3").read_text(), re.M | re.S)]
+SYNOPSIS, *LINKS = [  # with the library in the loader's path, with the shared library, with the archive
+    re.sub(r"\\fIprogram\\f[BP].c", "%s", shown).replace("\\-", "-").replace("\\e", "\\") for shown in
+    re.findall(r"^\.(?:B |EX\n)(cc .*?)^\.", (SOURCE / "docs/libmxMediaRTOSDB.3").read_text(), re.M | re.S)]
 LARGEST = 256 * 1024  # bytes of program and library together, stripped
 
 
@@ -69,11 +70,14 @@ class Installed(unittest.TestCase):
         run("cmake", "--build", WORK / "examples")
         for suffix, link in zip(("", "Static"), LINKS, strict=True):
             for name, (compiler, words, expected) in PROGRAMS.items():
-                command = link.replace(r"cc \fIprogram\fP.c", f"{compiler} {EXAMPLES}/{name}.c* -o {name}{suffix}")
-                run("sh", "-c", command)
+                command = link % f"{EXAMPLES}/{name}.c* -o {name}{suffix}"
+                run("sh", "-c", command.replace("cc", compiler, 1))
                 for built in (WORK / (name + suffix), WORK / "examples" / (name + suffix)):
                     self.assertIn(expected, run(built, *words))
                     self.assertEqual("libmxMediaRTOSDB.so.0" in dynamic(built, "NEEDED"), not suffix)
+        run("sh", "-c", SYNOPSIS % f"{EXAMPLES}/contentInfo.c -o found")
+        _, words, expected = PROGRAMS["contentInfo"]
+        self.assertIn(expected, run("env", f"LD_LIBRARY_PATH={self.library.parent}", WORK / "found", *words))
 
     def test_stand_ins_reach_a_camera(self):
         for component in ("console", "library"):
