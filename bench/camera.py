@@ -1,5 +1,6 @@
 """What benchmarks and instruction counts share: programs, cards, simulated cameras, recordings."""
 import atexit
+import json
 import os
 import pathlib
 import shutil
@@ -8,7 +9,7 @@ import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-BUILD = pathlib.Path(os.environ.get("BENCH_BUILD", ROOT / "build/release"))
+BUILD = pathlib.Path(os.environ.get("BENCH_BUILD", ROOT / "build/release")).absolute()
 SIMULATOR = BUILD / "bin/rtosMediaDBSim"
 MOUNT_POINT = pathlib.Path("/tmp/fuse_d")
 
@@ -88,6 +89,13 @@ class Camera:
                 folder = path.parent.with_name("3" + path.parent.name[1:])
                 folder.mkdir(exist_ok=True)
                 path.rename(folder / path.name)
+
+    def fill_pages(self):
+        """Gives each video that the sample card has not so many highlights that a page has room for it alone."""
+        told = json.loads((self.card / "catalogue.json").read_text())
+        for path in self.card.glob("DCIM/[23]*/MOXE*.MP4"):
+            told[f"{path.parent.name}/{path.name}"] = {"highlights": [0] * 300}
+        (self.card / "catalogue.json").write_text(json.dumps(told))
 
     def bind(self):
         """Mounts the card where the console looks for it, in place of the last one."""
