@@ -70,7 +70,7 @@ def run(text):
         script = script.replace(CARD, f"{folder}/card").replace(PORT, port)
         script = script.replace("./run", str(PROGRAMS if SCRIPT else "mxMediaRTOSDBTestApp"))
         with open(f"{folder}/output", "w+", newline="") as output:
-            subprocess.run(["timeout", "120", "bash", "-c", script], cwd=folder, env=environment,
+            subprocess.run(["timeout", "300", "bash", "-c", script], cwd=folder, env=environment,
                            stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
             output.seek(0)
             printed = output.read().replace(f"{folder}/card", CARD).replace(f"{folder}/ipc", IPC)
