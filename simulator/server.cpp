@@ -82,10 +82,11 @@ void Server::run(int stopFd)
                                       {pDatabase_ != nullptr ? pDatabase_->watchFd() : -1, POLLIN, 0}};
         const size_t fixed = polled.size();
         for (const Client &client : clients_) {
-            const int wanted = !client.answer ? POLLIN : client.due <= now ? POLLOUT : 0;
-            polled.push_back({client.fd.get(), static_cast<short>(wanted), 0});
+            // A client that hangs up while its answer waits is kept, since the answer may be followed by a breakdown.
+            const bool waits = client.answer && client.due > now;
+            polled.push_back({waits ? -1 : client.fd.get(), static_cast<short>(client.answer ? POLLOUT : POLLIN), 0});
         }
-        if (poll(polled.data(), silent_ ? 1 : polled.size(), silent_ ? -1 : timeout()) < 0 && errno != EINTR) {
+        if (poll(polled.data(), silent_ ? 1 : polled.size(), silent_ ? -1 : timeout(now)) < 0 && errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "poll");
         }
         if (polled[0].revents != 0) {
@@ -105,7 +106,7 @@ void Server::run(int stopFd)
     }
 }
 
-int Server::timeout() const
+int Server::timeout(Clock::time_point now) const
 {
     std::optional<Clock::time_point> first = refreshAt_;
     const auto consider = [&first](Clock::time_point when) { first = std::min(first.value_or(when), when); };
@@ -113,7 +114,7 @@ int Server::timeout() const
         consider(*acceptAt_);
     }
     for (const Client &client : clients_) {
-        if (client.answer && client.due > Clock::now()) {
+        if (client.answer && client.due > now) {
             consider(client.due);
         }
     }
@@ -140,14 +141,14 @@ void Server::acceptClients()
 
 void Server::serve(Client &client, short events)
 {
-    if (silent_) {
+    if (silent_ || events == 0) {
         return;
     }
-    if ((events & POLLOUT) != 0 && client.answer) {
+    if (client.answer) {
         send(client);
-    } else if ((events & POLLIN) != 0 && !client.answer) {
+    } else if ((events & POLLIN) != 0) {
         receive(client);
-    } else if ((events & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
+    } else {
         client.gone = true;
     }
 }
@@ -194,10 +195,12 @@ void Server::send(Client &client)
     if (delivery.breakdown == Moment::midAnswer) {
         bytes = bytes.first(bytes.size() / 2);
     }
-    for (; delivery.copies > 0; --delivery.copies) {
+    for (; delivery.copies > 0 && !client.gone; --delivery.copies) {
         if (::send(client.fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) {
-            client.gone = errno != EAGAIN && errno != EINTR;
-            return;
+            if (errno == EAGAIN || errno == EINTR) {
+                return;
+            }
+            client.gone = true;
         }
     }
     if (delivery.breakdown != Moment::never) {

@@ -69,7 +69,7 @@ class Server
         bool gone = false;
     };
 
-    int timeout() const;
+    int timeout(Clock::time_point now) const;
     void acceptClients();
     void serve(Client &client, short events);
     void receive(Client &client);

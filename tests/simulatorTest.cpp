@@ -141,13 +141,15 @@ static std::string outcome(int fd, const std::string &path, const std::string &e
 TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
 {
     using sim::Moment;
+    using namespace std::chrono_literals;
     const struct {
         sim::FaultSettings faults;
         std::vector<std::string> outcomes;
         int carriedOut;
+        bool hangsUp = false; ///< each client, before the next one comes
     } rows[] = {
         {{.busy = 2, .drop = 5, .truncate = 3, .garble = 7}, {"24 ", "20! ", "13 ", "20! ", "", "14! ", "24! "}, 3},
-        {{.delay = 2, .delayTime = std::chrono::minutes(1)}, {"24 ", "", "24 "}, 3},
+        {{.delay = 2, .delayTime = 1min}, {"24 ", "", "24 "}, 3},
         {{.empty = 2, .tooLong = 3, .twice = 5}, {"24 ", "0 ", "1501 ", "0 ", "24 24 "}, 5},
         {{.empty = {2, true}, .twice = 3}, {"24 ", "0 ", "24 24 ", "24 "}, 4},
         {{.breakdown = {Moment::beforeReading, 2, true}}, {"24 ", "reset "}, 1},
@@ -156,6 +158,7 @@ TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
         {{.drop = 2, .breakdown = {Moment::afterAnswer, 2, true}}, {"24 ", "end "}, 1},
         {{.breakdown = {Moment::afterReading, 2, false}}, {"24 ", "", ""}, 1},
         {{.twice = 2, .breakdown = {Moment::afterAnswer, 2, false}}, {"24 ", "24 24 ", ""}, 2},
+        {{.delay = 2, .delayTime = 500ms, .breakdown = {Moment::midAnswer, 2, true}}, {"24 ", "", "24 end "}, 3, true},
     };
     const TemporaryCard folder;
     const std::string path = folder.path("channel");
@@ -174,6 +177,7 @@ TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
             _exit(0);
         }
         for (std::list<sim::UniqueFd> fds; const std::string &expected : row.outcomes) {
+            row.hangsUp ? fds.clear() : void();
             const int fd = fds.emplace_back(socket(AF_UNIX, SOCK_SEQPACKET, 0)).get();
             EXPECT_EQ(outcome(fd, path, expected), expected);
         }
