@@ -24,6 +24,7 @@ struct Reader {
     const char *pName;
     Target *target;
     std::vector<Bytes> input;
+    size_t places = DB_MESSAGE_MAX_BYTES; // words change in front of here
 };
 
 static Bytes framed(const Bytes &bytes)
@@ -31,28 +32,40 @@ static Bytes framed(const Bytes &bytes)
     return message(static_cast<uint16_t>(bytes.size()), bytes);
 }
 
-static Bytes item(db_content_type type)
+static Bytes item(db_content_type type, uint32_t highlights = 2)
 {
-    return message(contentInfo(type, fileSpec(), 2, DB_MEDIA_CLIPPED));
+    return message(contentInfo(type, fileSpec(), highlights, DB_MEDIA_CLIPPED));
 }
 
 static Bytes video(uint32_t count)
 {
-    return message(db_video_specific_info{0, 1500, 41, 100, count, 0}, Bytes(count * sizeof count, 1));
+    return message(db_video_specific_info{0, 1500, 41, 100, count, 0}, Bytes(count * sizeof count, 0x11));
 }
 
-// 32 numbers, as many as a mask has bits.
-static Bytes group(size_t masks)
+// As many numbers as the masks have bits. Large masks mark none, so that they are read to their ends.
+static Bytes group(size_t masks, uint32_t words = 1)
 {
-    return message(groupInfo(3, 0, 31, 24), Bytes(masks * sizeof(uint32_t), 0x11));
+    const Bytes bits(masks * words * sizeof words, words == 1 ? 0x11 : 0xFF);
+    return message(groupInfo(3, 0, 32 * words - 1, 24), bits);
 }
 
+// One page of a list that holds one entry more.
 static Bytes page(uint32_t more)
 {
     const uint32_t options = DB_LIST_OPTION_VIDEO_GROUPING | DB_LIST_OPTION_INCLUDE_GUMI | more;
     const Bytes behind = message(gumiOf(7), gumiOf(8), Bytes(more != 0 ? sizeof(db_more_info) : 0, 2));
-    return message(listHeader(5, 5, options), item(0), behind, video(3), item(5), behind, group(2), item(2), behind,
+    return message(listHeader(5, 6, options), item(0), behind, video(3), item(5), behind, group(2), item(2), behind,
                    group(1), item(7), behind, item(4), behind);
+}
+
+// As many records behind a head as fill a message.
+static Bytes filled(const Bytes &head, const Bytes &record)
+{
+    Bytes bytes = head;
+    while (bytes.size() + record.size() <= DB_MESSAGE_MAX_BYTES) {
+        bytes << record;
+    }
+    return bytes;
 }
 
 static char current[200];
@@ -77,20 +90,40 @@ static void run(const Reader &reader, size_t changed, size_t place, uint32_t wor
 
 TEST(HostileLadder, ReadBeyondMessage)
 {
-    const std::string query = "p=100MOXEL/MOXE0001.MP4&t=v4info";
-    const Bytes plain = {0, UTIL_LOG_LEVEL_DEBUG}, queryBytes(query.begin(), query.end()); // every opening succeeds
+    const Bytes plain = {0, UTIL_LOG_LEVEL_DEBUG}; // every opening succeeds
+    const auto asked = [&plain](const std::string &query) {
+        return message(framed(Bytes(query.begin(), query.end())), plain);
+    };
+    // Of a single record, and of a list's one entry, the counts are the largest that a message can hold.
     const db_response_header head = responseHeader(7);
     const Bytes content = message(head, item(7)), more = message(head, db_more_info{1920, 1080, 30, 1, 1, 1, 0});
-    const Bytes oneVideo = message(head, item(0), video(9)), gumi = message(head, item(0), gumiOf(7), gumiOf(8));
-    const Bytes oneGroup = message(head, item(1), group(2)), name = message(head, fileSpec());
+    const Bytes oneVideo = message(head, item(0), video(349)), gumi = message(head, item(0), gumiOf(7), gumiOf(8));
+    const Bytes oneGroup = message(head, item(1), group(2, 174)), name = message(head, fileSpec());
+    const Bytes listedVideo = message(listHeader(1, 2), item(0), video(344));
+    const Bytes twoMasks = message(listHeader(1, 2), item(5), group(2, 172));
+    const Bytes oneMask = message(listHeader(1, 2), item(5, 0), group(1, 344));
+    const Bytes last = message(listHeader(1, 6), item(4)), items = filled(message(listHeader(24, 25)), item(7));
     const Bytes files = message(responseHeader(4, 0, 3), item(0), video(2), item(1), video(0), item(2), video(1));
+    const Bytes manyFiles = filled(message(responseHeader(4, 0, 17)), message(item(0), video(0)));
+    const Bytes pages = message(Bytes{3, 30}, Bytes(12), plain), walk = {1, 30, 0, 0, 0, 0};
     std::vector<Reader> readers = {
-        {"metadata", metadata, {message(framed(queryBytes), plain), gumi, {}, oneVideo, {}, more}},
-        {"media list", mediaList, {message(framed({'x'}), plain), page(8), {}, files}},
-        {"paged list", pagedList, {message(Bytes{3, 10}, Bytes(12), plain), page(8), {}, files}},
-        {"walk", cahWalk, {{1, 5, 0, 0, 0, 0}, page(0), plain, oneVideo}},
-        {"page and walk", cahWalk, {message(Bytes{0, 5}, Bytes(4), plain), page(0), {}, oneVideo}},
+        {"v4info", metadata, {asked("p=100MOXEL/MOXE0001.MP4&t=v4info"), gumi, {}, oneVideo, {}, more}},
+        {"videoinfo", metadata, {asked("p=100MOXEL/MOXE0001.MP4&t=videoinfo"), oneVideo, {}, more}},
+        {"duration", metadata, {asked("p=100MOXEL/MOXE0001.MP4&t=dur"), oneVideo}},
+        {"media list", mediaList, {asked("x"), page(8), {}, files, {}, last}},
+        {"lookup", mediaList, {asked("f=gumi&folder=100MOXEL&files=MOXE0001.MP4,MOXE0002.JPG"), gumi, {}, gumi}},
+        {"paged list", pagedList, {pages, page(8), {}, files, {}, last}},
+        {"paged items", pagedList, {pages, items}, 100},
+        {"paged video", pagedList, {pages, listedVideo}},
+        {"paged masks", pagedList, {pages, twoMasks}},
+        {"paged mask", pagedList, {pages, oneMask}},
+        {"walk", cahWalk, {walk, page(0), plain, oneVideo}},
+        {"walked video", cahWalk, {walk, listedVideo}},
+        {"walked mask", cahWalk, {walk, oneMask}},
+        {"page and walk", cahWalk, {message(Bytes{0, 30}, Bytes(4), plain), page(0), {}, oneVideo}},
+        {"session files", cahWalk, {message(Bytes{2, 30}, Bytes(4), plain), items}, 100},
         {"chapters", chapters, {{}, message(item(2), group(1)), plain, files}},
+        {"many chapters", chapters, {message(framed(message(item(2), groupInfo(3, 0, 31))), plain), manyFiles}, 104},
     };
     const Bytes done = message(head), histogram = message(head, Bytes(sizeof(db_upload_histogram), 1));
     for (uint8_t call = 0; const Bytes &answer : {content, more, oneVideo, oneGroup, gumi, name, done, histogram}) {
@@ -107,11 +140,14 @@ TEST(HostileLadder, ReadBeyondMessage)
             for (size_t length = 0; length <= DB_MESSAGE_MAX_BYTES; ++length) {
                 run(reader, changed, 0, wordAt(0), length);
             }
-            // No count is above 100; one of the wrong ones wraps when it is taken four times.
-            for (size_t place = 0; place < good.size(); place += 4) {
+            // No count is above 349 but the last number of a large group; a wrong one wraps when it is taken four
+            // times. The last bytes of a buffer are not guarded when others follow in their granule.
+            const size_t whole = std::min<size_t>(good.size(), DB_MESSAGE_MAX_BYTES - 12);
+            for (size_t place = 0; place < std::min(good.size(), reader.places); place += 4) {
                 for (const uint32_t word : {0u, 1u, wordAt(place) + 1, 0x40000001u, ~0u}) {
-                    size_t length = wordAt(place) < 100 ? place + 4 : DB_MESSAGE_MAX_BYTES + 1;
-                    for (; length <= DB_MESSAGE_MAX_BYTES; length += length < place + 130 ? 3 : 197) {
+                    run(reader, changed, place, word, whole);
+                    size_t length = wordAt(place) <= 349 ? place + 4 : DB_MESSAGE_MAX_BYTES + 1;
+                    for (; length <= DB_MESSAGE_MAX_BYTES; length += length < place + 130 ? 5 : 197) {
                         run(reader, changed, place, word, length);
                     }
                 }
