@@ -1,10 +1,13 @@
 // The simulated camera: what it answers, what it keeps, and its faults as a client sees them.
+#include <getopt.h>
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
+#include <wordexp.h>
 
+#include "options.h"
 #include "replay.h"
 #include "sampleCard.h"
 #include "server.h"
@@ -140,30 +143,33 @@ static std::string outcome(int fd, const std::string &path, const std::string &e
 
 TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
 {
-    using sim::Moment;
-    using namespace std::chrono_literals;
     const struct {
-        sim::FaultSettings faults;
+        const char *pOptions;
         std::vector<std::string> outcomes;
         int carriedOut;
         bool hangsUp = false; ///< each client, before the next one comes
     } rows[] = {
-        {{.busy = 2, .drop = 5, .truncate = 3, .garble = 7}, {"24 ", "20! ", "13 ", "20! ", "", "14! ", "24! "}, 3},
-        {{.delay = 2, .delayTime = 1min}, {"24 ", "", "24 "}, 3},
-        {{.empty = 2, .tooLong = 3, .twice = 5}, {"24 ", "0 ", "1501 ", "0 ", "24 24 "}, 5},
-        {{.empty = {2, true}, .twice = 3}, {"24 ", "0 ", "24 24 ", "24 "}, 4},
-        {{.breakdown = {Moment::beforeReading, 2, true}}, {"24 ", "reset "}, 1},
-        {{.breakdown = {Moment::afterReading, 2, true}}, {"24 ", "end "}, 1},
-        {{.breakdown = {Moment::midAnswer, 2, true}}, {"24 ", "12 end "}, 2},
-        {{.drop = 2, .breakdown = {Moment::afterAnswer, 2, true}}, {"24 ", "end "}, 1},
-        {{.breakdown = {Moment::afterReading, 2, false}}, {"24 ", "", ""}, 1},
-        {{.twice = 2, .breakdown = {Moment::afterAnswer, 2, false}}, {"24 ", "24 24 ", ""}, 2},
-        {{.delay = 2, .delayTime = 500ms, .breakdown = {Moment::midAnswer, 2, true}}, {"24 ", "", "24 end "}, 3, true},
+        {"--busy 2 --drop 5 --truncate 3 --garble 7", {"24 ", "20! ", "13 ", "20! ", "", "14! ", "24! "}, 3},
+        {"--delay 60000:2", {"24 ", "", "24 "}, 3},
+        {"--empty 2 --too-long 3 --twice 5", {"24 ", "0 ", "1501 ", "0 ", "24 24 "}, 5},
+        {"--empty @2 --twice 3", {"24 ", "0 ", "24 24 ", "24 "}, 4},
+        {"--die before-reading:2", {"24 ", "reset "}, 1},
+        {"--die after-reading:2", {"24 ", "end "}, 1},
+        {"--die mid-answer:2", {"24 ", "12 end "}, 2},
+        {"--drop 2 --die after-answer:2", {"24 ", "end "}, 1},
+        {"--silence after-reading:2", {"24 ", "", ""}, 1},
+        {"--twice 2 --silence after-answer:2", {"24 ", "24 24 ", ""}, 2},
+        {"--delay 500:@2 --die mid-answer:2", {"24 ", "", "24 end "}, 3, true},
     };
     const TemporaryCard folder;
     const std::string path = folder.path("channel");
     for (int status = 0; const auto &row : rows) {
-        SCOPED_TRACE(&row - rows);
+        SCOPED_TRACE(row.pOptions);
+        wordexp_t words;
+        sim::Options options;
+        optind = wordexp((std::string("rtosMediaDBSim ") + row.pOptions).c_str(), &words, 0);
+        ASSERT_TRUE(sim::readOptions(static_cast<int>(words.we_wordc), words.we_wordv, options));
+        wordfree(&words);
         const sim::Channel channel(path);
         EXPECT_THROW(sim::Channel second(path), sim::ChannelTaken);
         const sim::UniqueFd stop(eventfd(0, 0));
@@ -173,7 +179,7 @@ TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
         };
         const pid_t child = fork();
         if (child == 0) {
-            sim::Server(channel, answer, sim::Faults(row.faults)).run(stop.get());
+            sim::Server(channel, answer, sim::Faults(options.faults)).run(stop.get());
             _exit(0);
         }
         for (std::list<sim::UniqueFd> fds; const std::string &expected : row.outcomes) {
@@ -183,7 +189,7 @@ TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
         }
         eventfd_write(stop.get(), 1);
         waitpid(child, &status, 0);
-        EXPECT_EQ(status, row.faults.breakdown.dies ? SIGKILL : 0);
+        EXPECT_EQ(status, options.faults.breakdown.dies ? SIGKILL : 0);
     }
 }
 
