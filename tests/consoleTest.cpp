@@ -192,9 +192,11 @@ gumibyfile a b 1 7 -> Getting GUMI info for file : a/b|[gumi a.......b..........
  Received GUMI: 0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A|Received PGUMI: B0B0B0B0B0B0B0B0B0B0B0B0B0B0B0B0|
 filebygumi ab 0 1 -> Getting file for GUMI: 61620000000000000000000000000000|[file 61 62 0 0 level 1]|~
 filebygumi 0123456789ABCDEFGH -> Getting file for GUMI: 30313233343536373839414243444546|[file 30 31 32 46]|~
+filebygumi -> Getting file for GUMI: 00000000000000000000000000000000|[file 0 0 0 0]|~
 > filebygumi|00ffA5zz11|| -> Enter GUMI: @onceGetting file for GUMI: 00FFA500000000000000000000000000|[file 0 ff a5 0]|~
 mus -> [status 100MOXEL MOXE0001.MP4 0 0]|
 mus 100MOXELLO b 99999999999 1 0 -> [status 100MOXEL b ffffffff 0 level 0]|
+mus a b -2 -> [status a b fffffffe 0]|
 > mus|d|f||| -> @names Enter upload status: Setting upload status of 0 for file : d|/f||@once[status d| f| 0 0]|> |
 dur -> [metadata p=100MOXEL/MOXE0001.MP4&t=dur]|
 vid 100MOXELLO b -2 3 -> [metadata p=100MOXEL/b&t=videoinfo level 3]|
