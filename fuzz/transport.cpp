@@ -1,11 +1,8 @@
 #include "transport.h"
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstring>
 #include <sanitizer/asan_interface.h>
-#include <syslog.h>
-#include <unistd.h>
 
 #include "mxipc.h"
 #include "support/card.h"
@@ -66,6 +63,7 @@ Answers::Answers(Input &source) : input(source), initsLeft(static_cast<int>(sour
     static const Card card;
     REQUIRE(pFar == nullptr);
     g_logLevel = input.number(1) % UTIL_LOG_LEVEL_LAST;
+    effects().clear();
     pFar = this;
 }
 
@@ -92,7 +90,7 @@ bool wasReceived(const void *pBytes, size_t size)
     return __asan_region_is_poisoned(const_cast<void *>(pBytes), size) == nullptr;
 }
 
-// The doubles of the transport, and of what would wait or be heard.
+// The doubles of the transport.
 int mxIpcInit(const char *, mxIpcHandle *pHandle)
 {
     REQUIRE(!pFar->isOpen);
@@ -145,18 +143,4 @@ void mxIpcDestroy(mxIpcHandle *pHandle)
     pFar->awaitingReceive = false;
     pFar->isOpen = pFar->isOpen && pHandle->word[0] == 0;
     *pHandle = {};
-}
-
-int usleep(useconds_t)
-{
-    return 0;
-}
-
-void syslog(int, const char *pFormat, ...)
-{
-    char text[1024];
-    va_list arguments;
-    va_start(arguments, pFormat);
-    vsnprintf(text, sizeof text, pFormat, arguments);
-    va_end(arguments);
 }

@@ -1,6 +1,5 @@
-// The retried exchange, the typed responses that are made of it, and the calls about upload statuses.
+// The retried exchange, and the calls about upload statuses.
 #include <gtest/gtest.h>
-#include <regex>
 #include <unistd.h>
 
 #include "effects.h"
@@ -29,36 +28,6 @@ int write30(rtosConnection *pRtosConn, const char *pDirName, const char *pFileNa
     return getWriteUploadStatusResponse(pRtosConn, pDirName, pFileName, pRespBuf, 30);
 }
 
-// Gives a typed response an answer that is cut to each length. Tells the lengths from which on there is another result,
-// place of an out-pointer in the buffer (1: untouched, -1: null) or effect. The answer's count of 0 is not looked at.
-template <typename... Record>
-std::string lengths(int (*pCall)(rtosConnection *, const char *, const char *, uint8_t *, const Record **...),
-                    uint8_t command, uint32_t status, db_content_type type = 0, uint32_t highlights = 0,
-                    uint32_t properties = 1)
-{
-    const Bytes answer = message(responseHeader(command, status, 0), contentInfo(type, {}, 0, properties),
-                                 db_video_specific_info{~0u, ~0u, ~0u, ~0u, highlights, ~0u}, gumiOf(7));
-    const auto call = [&](auto... p) {
-        const int result = pCall(&connection, "100MOXELs", "MOXE0001.MP4s", buffer, &p...);
-        return (std::to_string(result) + ... +
-                formatted(" %td", p == nullptr ? -1 : reinterpret_cast<const uint8_t *>(p) - buffer));
-    };
-    const std::regex number("[(][0-9]+");
-    std::string changes, last;
-    for (size_t length = 0; length <= sizeof buffer; length += length == 160 ? sizeof buffer - 160 : 1) {
-        ScriptedTransport transport;
-        transport.answer(command == 9 ? statusRequest : fileRequest(command), cut(answer, length));
-        memset(buffer, 0xEE, sizeof buffer);
-        std::string now = call(reinterpret_cast<const Record *>(buffer + 1)...) + "|";
-        now += std::regex_replace(joined(), number, "(N");
-        changes += now == last ? "" : std::to_string(length) + ": " + now;
-        last = now;
-        const Bytes known = cut(cut(answer, length < 96 ? 80 : length), 112);
-        EXPECT_TRUE(command != 7 || !now.starts_with("200") || memcmp(buffer + 80, &known[80], 32) == 0) << length;
-    }
-    return changes;
-}
-
 } // namespace
 
 TEST(Exchange, AttemptsOrDumpsInWrongNumberOrOrder)
@@ -85,43 +54,11 @@ TEST(Exchange, AttemptsOrDumpsInWrongNumberOrOrder)
                            "\n[00032/00034]: 21 22\n");
 }
 
-TEST(ExchangeDeathTest, ArgumentsAssertedInWrongOrder)
+TEST(ExchangeDeathTest, NegativeLengthIsSent)
 {
     g_debug_level = MXDEBUG_TO_STDOUT | (MXDEBUG_GATE_ASSERT + 1);
-    const auto dies = [](auto call, const char *pReport) {
-        EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), call()), testing::ExitedWithCode(255), pReport);
-    };
-    dies([] { rtosCall(&connection, nullptr, 0, nullptr); }, "/rtosCall:[0-9]+:pCmd\n");
-    dies([] { rtosConnectionSend(&connection, "", -1); }, ":0 <= szSrc\n");
-    dies([] { getContentInfoResponse(&connection, "", nullptr, nullptr, nullptr); }, "Response:[0-9]+:pFileName\n");
-}
-
-TEST(TypedResponse, ResponseJudgedWrong)
-{
-    g_logLevel = UTIL_LOG_LEVEL_WARNING;
-    const auto content = getContentInfoResponse;
-    const auto video = getVideoSpecificInfoResponse;
-    const auto gumi = getFileGUMIResponse;
-    const std::string once = "|send|receive|", lost = once + "ERROR Invalid response size (N), discarding\n|";
-    const std::string noFile = once + "WARN Invalid content type (-1), inferring FILE NOT_FOUND\n|";
-    const std::string noGumi = once + "WARN Insufficient response size (N), invalidating GUMIs\n|";
-    const std::string refused = once + "ERROR error on IPC received, exiting, status ";
-    const std::string noInfo = "0: 500 -1" + lost, noVideo = "0: 500 -1 -1" + lost, noGumis = "0: 500 -1 -1 -1" + lost;
-    EXPECT_EQ(lengths(content, 2, 0, 4), noInfo + "80: 200 20" + once);
-    EXPECT_EQ(lengths(content, 2, 1), noInfo + "20: 503 -1" + once);
-    EXPECT_EQ(lengths(content, 2, 2), noInfo + "20: 503 -1" + once);
-    EXPECT_EQ(lengths(content, 2, 3), noInfo + "20: 404 -1" + refused + "3\n|");
-    EXPECT_EQ(lengths(content, 2, 4), noInfo + "20: 404 -1" + once);
-    EXPECT_EQ(lengths(content, 2, 5), noInfo + "20: 500 -1" + refused + "5\n|");
-    EXPECT_EQ(lengths(video, 4, 0, 4), noVideo + "80: 200 20 80" + once);
-    EXPECT_EQ(lengths(video, 4, 0, -1), noVideo + "80: 404 -1 -1" + noFile);
-    EXPECT_EQ(lengths(video, 4, 0, 3), noVideo + "104: 200 20 80" + once);
-    EXPECT_EQ(lengths(video, 4, 0, 0, 3), noVideo + "116: 200 20 80" + once);
-    EXPECT_EQ(lengths(video, 4, 0, 1, 0x40000000), noVideo);
-    EXPECT_EQ(lengths(getMoreInfoResponse, 8, 0, -1), "0: 500 1" + lost + "48: 200 20" + once);
-    EXPECT_EQ(lengths(gumi, 7, 0), noGumis + "80: 200 20 80 96" + noGumi + "96: 200 20 80 96" + once);
-    EXPECT_EQ(lengths(gumi, 7, 0, 0, 0, ~1u), noGumis + "80: 200 20 80 -1" + noGumi + "96: 200 20 80 -1" + once);
-    EXPECT_EQ(lengths(write30, 9, 0), "0: 500" + lost + "20: 200" + once);
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), rtosConnectionSend(&connection, "", -1)),
+                testing::ExitedWithCode(255), "/rtosConnectionSend:[0-9]+:0 <= szSrc\n");
 }
 
 TEST(UploadStatus, AnswerJudgedOrLoggedWrong)

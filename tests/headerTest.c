@@ -3,17 +3,6 @@
 
 int headerCall(uint32_t command, void *const p[], int count);
 
-/* The records by their C names, and the last constant of each family. */
-DB_STATIC_ASSERT(sizeof(db_list_request) + sizeof(db_list_response_header) + sizeof(db_upload_status_request) +
-                         sizeof(db_file_request) + sizeof(db_gumi_request) + sizeof(db_upload_histogram) +
-                         sizeof(db_content_info) + sizeof(db_more_info) + sizeof(db_video_specific_info) +
-                         sizeof(db_group_content_info) ==
-                     424 &&
-                 sizeof(cah_item_s) > sizeof(db_content_type));
-DB_STATIC_ASSERT(DB_COMMAND_UPLOAD_HISTOGRAM == 10 && DB_STATUS_FAILURE == 5 && DB_CONTENT_TYPE_RAW_PHOTO == 11 &&
-                 DB_LIST_OPTION_INCLUDE_MORE_INFO == 8 && RTOS_DB_QUERY_SESSION_LIST == 0x2000 &&
-                 DB_MEDIA_METADATA_PRESENT == 0x800);
-
 /* The direct call that sends a command. */
 int headerCall(uint32_t command, void *const p[], int count)
 {

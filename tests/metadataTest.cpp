@@ -24,16 +24,18 @@ const Bytes more = message(responseHeader(8), db_more_info{1920, 1080, 30000, 10
 const std::string format = ",'w':'1920','h':'1080','fps':'30000','fps_denom':'1001','prog':'1','subsample':'0'}\r\n";
 
 struct Metadata : ListTest {
-    /** Status and document, in single quotes, and errors that follow these exchanges. */
+    /** Status and document, in single quotes, errors and warnings that follow these exchanges. */
     std::string reply(const std::string &query, const std::vector<std::pair<uint8_t, Bytes>> &exchanges)
     {
         for (const auto &[command, response] : exchanges) {
             transport.answer(command == 9 ? message(fileRequest(9), 5) : fileRequest(command), response);
         }
         effects().clear();
+        g_logLevel = UTIL_LOG_LEVEL_WARNING;
         const std::string text = answer(generateMetadata, ("p=100MOXEL/MOXE0001.MP4&t=" + query).c_str());
         const std::regex head("^HTTP/1.1 ([0-9]+ )\r\nContent-Type: application/json\r\n\r\n"), quote("\"");
-        return std::regex_replace(std::regex_replace(text, head, "$1"), quote, "'") + joined(effectsOf("ERROR"));
+        return std::regex_replace(std::regex_replace(text, head, "$1"), quote, "'") + joined(effectsOf("ERROR")) +
+               joined(effectsOf("WARN"));
     }
     ScriptedTransport transport;
 };
@@ -130,6 +132,23 @@ TEST_F(Metadata, FailureAnsweredInPartOrGoneOn)
     EXPECT_EQ(reply("v4info", {{7, gumi(0)}, {4, refusal(1)}}), "503 ");
     EXPECT_EQ(reply("v4info", {{7, gumi(4)}, {8, refusal(1)}}), "503 ");
     EXPECT_EQ(reply("videoinfo", {{4, video(0)}, {8, refusal(1)}}), "503 ");
+    const std::string refused = "ERROR error on IPC received, exiting, status ";
+    EXPECT_EQ(reply("dur", {{4, refusal(3)}}), "404 " + refused + "3\n|");
+    EXPECT_EQ(reply("dur", {{4, refusal(5)}}), "500 " + refused + "5\n|");
+    EXPECT_EQ(reply("dur", {{4, video(-1)}}), "404 WARN Invalid content type (-1), inferring FILE NOT_FOUND\n|");
+    const auto discarded = [](int length) {
+        return formatted("500 ERROR Invalid response size (%d), discarding\n|", length);
+    };
+    EXPECT_EQ(reply("upload&status=5", {{9, cut(refusal(0), 19)}}), discarded(19));
+    EXPECT_EQ(reply("upload", {{2, cut(gumi(0), 79)}}), discarded(79));
+    EXPECT_EQ(reply("v4info", {{7, gumi(4)}, {8, cut(more, 47)}}), discarded(47));
+    EXPECT_EQ(reply("dur", {{4, cut(video(3), 103)}}), discarded(103));
+    EXPECT_EQ(reply("dur", {{4, cut(video(0, message(1, 2)), 111)}}), discarded(111));
+    const std::string noGumi = reply("v4info", {{7, cut(gumi(7), 95)}});
+    EXPECT_TRUE(noGumi.ends_with("'gumi':'" + std::string(32, '0') +
+                                 "'}\r\nWARN Insufficient response size (95), "
+                                 "invalidating GUMIs\n|"))
+        << noGumi;
     EXPECT_EQ(reply("dur", {{4, cut(video(4), 80)}}), "501 ERROR not implemented for content_type 4\n|");
     EXPECT_EQ(reply("videoinfo", {{4, cut(video(-2), 80)}}), "501 ERROR not implemented for content_type -2\n|");
 }

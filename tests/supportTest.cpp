@@ -97,7 +97,6 @@ TEST(UtilLog, LineOfWrongForm)
     };
     const std::string tag = "3 UTIL_LOG_ERROR:", most(334, 'm'), long86(86, 'n'), long419(419, 'n');
     EXPECT_EQ(logged("100%s\n"), tag + "100%s\n @source:7");
-    EXPECT_EQ(logged(most + "m"), tag + most + " @source:7");
     EXPECT_EQ(logged(most, long86), tag + most + " @" + long86 + ":7");
     EXPECT_EQ(logged(most, long86 + "n"), tag + most + " ");
     EXPECT_EQ(logged(most + "m", long86), tag + most + " @" + long86 + ":7");
@@ -110,18 +109,16 @@ TEST(UtilLog, LevelGateOrTagWrong)
 {
     EXPECT_EQ(initialLevel, 2u);
     const char *tags[] = {"OFF  ", "FATAL", "ERROR", "WARN ", "DEBUG", "INFO ", "TRACE"};
-    for (int level = 0; level < 7; ++level) {
-        for (const uint32_t value : {static_cast<uint32_t>(level), 7u, 8u, UINT32_MAX}) {
+    for (uint32_t level = 0; level < 7; ++level) {
+        for (const uint32_t value : {level, 7u, UINT32_MAX}) {
             util_log_set_level(value);
         }
-        int count = 0;
-        for (int of = 0; of < 7; ++of) {
-            const int here = __LINE__ + 1;
-            const std::string logged = printedBy([&] { UTIL_LOG(of, "%d\n", ++count); });
-            const std::string wanted = formatted("3 UTIL_LOG_%s:%d\n @supportTest:%d", tags[of], of + 1, here);
+        for (uint32_t of = 0, count = 0; of < 7; ++of) {
+            const std::string logged = printedBy([&] { UTIL_LOG(of, "%u\n", ++count); });
+            const std::string wanted = formatted("3 UTIL_LOG_%s:%u\n @supportTest:%d", tags[of], of + 1, __LINE__ - 1);
             EXPECT_EQ(logged, of > level ? "" : wanted);
+            EXPECT_EQ(count, std::min(of, level) + 1);
         }
-        EXPECT_EQ(count, level + 1);
     }
 }
 
@@ -138,29 +135,24 @@ TEST(ReportsDeathTest, RoutedWrongly)
     const std::string e = formatted("[          report:%4d] ERROR: Db response size too small.\n", line - 2);
     const std::string a = formatted("\033[31mASSERT:tests/supportTest/report:%d:line == 0\n\033[0m", line);
     const std::string log = "<(null) 34 8 7 ", at = "Feb03 14:05:06 ";
-    expect(0, "", "");
     expect(0xFFFFFF07, "", "");
     expect(8, log + a + ">", "");
     expect(0x6000000F, at + a + log + a + ">", at + a);
     expect(0x10, log + e + ">" + log + a + ">", "");
-    expect(0x9FFFFF80, log + e + ">" + log + a + ">", "");
-    expect(0x40000010, at + e + log + e + ">" + at + a + log + a + ">", "");
     expect(0x200000FF, log + e + ">" + log + a + ">", at + e + at + a);
     expectExit(report, 255, log + e + ">" + log + a + ">"); // without a card
 }
 
 TEST(Texts, RowLostOrBlankWrong)
 {
-    std::string rows, names, texts;
+    std::string codes, texts;
     for (const auto &[pName, code] : mxErrnoStrMap) {
         EXPECT_STREQ(mxErrnoToStr(code), pName);
-        rows += formatted("%d ", code);
+        codes += formatted("%d ", code);
     }
-    EXPECT_EQ(rows, "0 -1 -2 -3 -4 -5 -6 -7 -8 -9 -10 -11 -12 -14 -15 -16 -17 -101 -102 -103 -104 -100 ");
-    for (const int code : {-14, -100, -105, -99, -18, -13, 1}) {
-        names += formatted("%s ", mxErrnoToStr(code));
-    }
-    EXPECT_EQ(names, "MX_ERR_REMOTE_FILE_OPEN MX_ERR_DOWNLOAD_FAILED " + times(5, "UNKNOWN "));
+    EXPECT_EQ(codes, "0 -1 -2 -3 -4 -5 -6 -7 -8 -9 -10 -11 -12 -14 -15 -16 -17 -101 -102 -103 -104 -100 ");
+    EXPECT_STREQ(mxErrnoToStr(-14), "MX_ERR_REMOTE_FILE_OPEN");
+    EXPECT_STREQ(mxErrnoToStr(-13), "UNKNOWN");
     EXPECT_EQ(mxModelToStr(0), nullptr);
     for (const char *pText : {" \tx ", "x", "\t\n x", "", "  ", static_cast<const char *>(nullptr)}) {
         texts += formatted("%s|", skipBlanks(pText));
@@ -221,10 +213,8 @@ TEST(CardIdentityDeathTest, FailureOrNumberDiffers)
     };
     const std::string long40(40, '7'), long31(31, '7');
     expect("x", "", "0 8 8", "8");
-    expect("x", "", "0 0 0", "0", 0, 1);
     expect("x", "", "0 4611686014132420608 4611686014132420608", "4611686014132420608", 9, INT32_MAX);
     expect("x", "", "Failed to get random number\n-1 0 ", "", 10);
-    expect("MISC/card", "", "0 8 8", "8");
     expect("MISC/card", "12\n34", "0 12\n 12\n", "12\n34");
     expect("MISC/card", long40, "0 " + long31 + " " + long31, long40);
     expect("MISC/card/x", "", "Failed to create file  @MISC/card\n-1 0 ", "");

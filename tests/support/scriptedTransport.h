@@ -54,13 +54,10 @@ inline Bytes cut(Bytes bytes, size_t length)
  * One script. While it lives, it is what the code under test finds as its transport; when it dies, it checks that all
  * of it was used and that every handle was closed.
  */
-class ScriptedTransport
-{
-  public:
+struct ScriptedTransport {
     ScriptedTransport();
     ~ScriptedTransport();
     ScriptedTransport(const ScriptedTransport &) = delete;
-    ScriptedTransport &operator=(const ScriptedTransport &) = delete;
 
     /** The next opening fails with this result. Without it every opening succeeds. */
     void openFails(int result);
@@ -77,24 +74,16 @@ class ScriptedTransport
     /** Token of the last request sent. */
     uint32_t lastToken = 0;
 
-  private:
     struct Step {
         Bytes request;
-        int sendResult = 0;
-        int receiveResult = 0;
+        int sendResult, receiveResult;
         Bytes response;
-        bool ownToken = false;
+        bool ownToken;
     };
-
     std::deque<int> openResults;
     std::deque<Step> steps;
     int openHandles = 0;
     bool awaitingReceive = false;
-
-    friend int ::mxIpcInit(const char *pChannelName, mxIpcHandle *pHandle);
-    friend int ::mxIpcSend(mxIpcHandle *pHandle, const void *pMessage, int length);
-    friend int ::mxIpcReceive(mxIpcHandle *pHandle, void *pBuffer);
-    friend void ::mxIpcDestroy(mxIpcHandle *pHandle);
 };
 
 #endif
