@@ -1,10 +1,6 @@
-// Targets of the simulated camera: what a client may ask, and what people write for it.
-
-#include "catalogueJson.h"
+// The target of the simulated camera: what a client may ask.
 #include "chapterGroup.h"
 #include "database.h"
-#include "records.h"
-#include "replay.h"
 #include "sampleCard.h"
 #include "support/card.h"
 #include "transport.h"
@@ -22,11 +18,6 @@ static std::filesystem::path sampleCard()
 static Bytes copyOf(std::span<const uint8_t> bytes)
 {
     return {bytes.begin(), bytes.end()};
-}
-
-static std::string_view textOf(const Bytes &bytes)
-{
-    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
 }
 
 // Whether a client can read an answer, as many records as it promises and to its last byte.
@@ -57,37 +48,5 @@ void requests(Input &input)
         const bool isList = asked.command_type == DB_COMMAND_LIST;
         REQUIRE((!isList && asked.command_type != DB_COMMAND_VIDEO_SPECIFIC_INFO) ||
                 isReadable(answer, isList, header.count_returned));
-    }
-}
-
-void catalogueJson(Input &input)
-{
-    static const sim::CardFiles scanned = sim::scanCard(sampleCard());
-    const Bytes text = copyOf(input.rest);
-    sim::CardFiles files = scanned;
-    try {
-        sim::applyCatalogueJson(textOf(text), files, text.size() % 2 != 0);
-        for (const sim::Item &item : sim::makeItems(files)) {
-            sim::Message page;
-            page.appendRecord(db_list_response_header{});
-            REQUIRE(sim::appendEntry(page, item, DB_LIST_OPTION_INCLUDE_GUMI | DB_LIST_OPTION_INCLUDE_MORE_INFO));
-        }
-    } catch (const sim::CatalogueError &) {
-    }
-}
-
-void replay(Input &input)
-{
-    const Bytes text = copyOf(input.rest);
-    try {
-        sim::Replay recorded = sim::parseReplay(textOf(text), "recording");
-        REQUIRE(!recorded.isEmpty());
-        const db_request_header unknown = {0x5EED5EED, 1, 77};
-        const std::optional<sim::Message> answer = recorded.answer(sim::bytesOf(unknown));
-        db_response_header header = {};
-        REQUIRE(answer && answer->size() == sizeof header);
-        memcpy(&header, answer->bytes().data(), sizeof header);
-        REQUIRE(header.status == 5 && header.token == unknown.token && header.count_returned == 0);
-    } catch (const sim::ReplayError &) {
     }
 }
