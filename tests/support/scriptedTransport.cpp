@@ -50,26 +50,6 @@ ScriptedTransport::~ScriptedTransport()
     pCurrent = nullptr;
 }
 
-void ScriptedTransport::openFails(int result)
-{
-    openResults.push_back(result);
-}
-
-void ScriptedTransport::answer(const Bytes &request, const Bytes &response, bool ownToken)
-{
-    steps.push_back({request, 0, static_cast<int>(response.size()), response, ownToken});
-}
-
-void ScriptedTransport::sendFails(const Bytes &request, int result)
-{
-    steps.push_back({request, result, 0, {}, false});
-}
-
-void ScriptedTransport::receiveFails(const Bytes &request, int result)
-{
-    steps.push_back({request, 0, result, {}, false});
-}
-
 extern "C" {
 
 int mxIpcInit(const char *pChannelName, mxIpcHandle *pHandle)

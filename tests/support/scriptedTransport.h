@@ -60,16 +60,28 @@ struct ScriptedTransport {
     ScriptedTransport(const ScriptedTransport &) = delete;
 
     /** The next opening fails with this result. Without it every opening succeeds. */
-    void openFails(int result);
+    void openFails(int result)
+    {
+        openResults.push_back(result);
+    }
     /**
      * One exchange. The request is compared apart from its token; the response gets the request's token unless
      * `ownToken` is set or it is too short to bear one.
      */
-    void answer(const Bytes &request, const Bytes &response, bool ownToken = false);
+    void answer(const Bytes &request, const Bytes &response, bool ownToken = false)
+    {
+        steps.push_back({request, 0, static_cast<int>(response.size()), response, ownToken});
+    }
     /** A request whose send fails with this result. */
-    void sendFails(const Bytes &request, int result);
+    void sendFails(const Bytes &request, int result)
+    {
+        steps.push_back({request, result, 0, {}, false});
+    }
     /** A request that goes out and whose receive fails with this result. */
-    void receiveFails(const Bytes &request, int result);
+    void receiveFails(const Bytes &request, int result)
+    {
+        steps.push_back({request, 0, result, {}, false});
+    }
 
     /** Token of the last request sent. */
     uint32_t lastToken = 0;
