@@ -48,6 +48,7 @@ TEST(Query, EscapeOrRoomMisjudged)
     char text[8] = "before";
     EXPECT_EQ(queryGetFirstValue("t=1", 3, "t", text, 0), -2);
     EXPECT_STREQ(text, "before");
+    EXPECT_EQ(queryGetFirstValue(nullptr, 3, "t", text, sizeof text), -1);
     EXPECT_EQ(queryGetFirstValue("xt=2&T=12%41", 11, "t", text, sizeof text), 4) << "looks beyond the length";
 }
 
