@@ -2,16 +2,13 @@
 
 #include "listing.h"
 
-namespace
-{
-
 const Bytes p = photo("P");
 const Bytes word = {0xA0, 0, 0, 0};
 const std::string cutShort = "ERROR: Db response size too small.\n|";
-char itemCookie[] = "item ";
-char fileCookie[] = "";
+static char itemCookie[] = "item ";
+static char fileCookie[] = "";
 
-void noteItem(void *pCookie, cah_item_s *pItem)
+static void noteItem(void *pCookie, cah_item_s *pItem)
 {
     const cah_item_s &i = *pItem;
     effects().push_back(
@@ -21,14 +18,14 @@ void noteItem(void *pCookie, cah_item_s *pItem)
                   i.extra_bits, i.creation_time, i.duration_s, i.is_clipped, size_t{i.size}, i.dir_name, i.file_name));
 }
 
-void noteFile(void *pCookie, const char *pDirName, const char *pFileName)
+static void noteFile(void *pCookie, const char *pDirName, const char *pFileName)
 {
     EXPECT_STREQ(pDirName, "100MOXEL");
     effects().push_back(formatted("%s%s", pCookie, pFileName));
 }
 
 // The effects since the last look, but for exchanges without a word and most log lines of requests and responses.
-std::string told()
+static std::string told()
 {
     const std::regex known("init.send.receive.destroy.|send.receive.|syslog 7: .processQueryResponse:[^E]*|DEBUG |"
                            "(Request: c|ResponseHeader: c)[^]*?(FILES: |session_id 0x0000000)|[0-9]+ usec");
@@ -171,5 +168,3 @@ TEST_F(CahWalk, SessionFilesAskedForOrLoggedAsMedia)
               "G0070001.JPG|dbGetCAHSessionFileList time 0 sec, , count_retured:1\n|");
     EXPECT_TRUE(list(response).ends_with("|dbGetCAHItems time 0 sec, , count_returned:1\n|1 7 1"));
 }
-
-} // namespace

@@ -1,13 +1,10 @@
 // Groups of chapters: what is asked about them, and what is written and logged of the answers.
 #include "listing.h"
 
-namespace
-{
-
 using Chapters = ListTest;
 
 // Asks about a file and those that are named with the numbers of a range.
-Bytes request(const std::string &first, const char *pFormat, int from, int to)
+static Bytes request(const std::string &first, const char *pFormat, int from, int to)
 {
     Bytes files = message(fileSpec("100MOXEL", first));
     for (int i = from; i <= to; ++i) {
@@ -16,8 +13,6 @@ Bytes request(const std::string &first, const char *pFormat, int from, int to)
     const auto count = static_cast<uint32_t>(files.size() / sizeof(db_file_spec));
     return message(db_request_header{DB_COMMAND_VIDEO_SPECIFIC_INFO, count, 0}, files);
 }
-
-} // namespace
 
 TEST_F(Chapters, WrongFilesAskedFor)
 {

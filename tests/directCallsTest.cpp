@@ -7,9 +7,6 @@
 
 extern "C" int headerCall(uint32_t command, void *const p[], int count);
 
-namespace
-{
-
 using Parts = std::vector<std::pair<size_t, size_t>>; // of a message, each from one place to another
 
 /** One call of the family, with its shortest good answer. */
@@ -29,10 +26,10 @@ struct Call {
 };
 
 // What the calls write to. Each record has the place here that it has in the answer.
-alignas(uint32_t) uint8_t out[2 * DB_MESSAGE_MAX_BYTES];
+alignas(uint32_t) static uint8_t out[2 * DB_MESSAGE_MAX_BYTES];
 const db_file_spec clean = fileSpec("100MOXEL", "A.MP4");
-db_file_spec asked = fileSpec("100MOXEL", {"A.MP4\0x", 7}); // with a byte behind the name
-Bytes askedGumi = gumiOf(9);
+static db_file_spec asked = fileSpec("100MOXEL", {"A.MP4\0x", 7}); // with a byte behind the name
+static Bytes askedGumi = gumiOf(9);
 
 // clang-format off
 const Call calls[] = {
@@ -54,8 +51,8 @@ const Call &info = calls[0], &vsi = calls[2], &gci = calls[3], &gumi = calls[4],
 
 // Gives a call its answer; compares its result, what it logs (%d: the request's token), and all that it may write to:
 // parts of the answer, or of `image`, with zeros behind its end. No parts: the call fails.
-void expect(const Call &call, const Bytes &answer, const Parts &parts, const std::string &logged = "", int most = 4,
-            const Bytes &image = {})
+static void expect(const Call &call, const Bytes &answer, const Parts &parts, const std::string &logged = "",
+                   int most = 4, const Bytes &image = {})
 {
     const Bytes full = cut(image.empty() ? answer : image, sizeof out);
     Bytes wanted(sizeof out, 0xEE);
@@ -70,8 +67,6 @@ void expect(const Call &call, const Bytes &answer, const Parts &parts, const std
     EXPECT_EQ(joined(), "init|send|receive|" + formatted(logged.c_str(), transport.lastToken) + "destroy|");
     EXPECT_EQ(message(out), wanted) << call.pName;
 }
-
-} // namespace
 
 // A call that begins with nothing closed before it ends 1.2 seconds later, across the border of a second.
 extern "C" int gettimeofday(timeval *pNow, void *) noexcept

@@ -8,27 +8,22 @@
 #include "typedResponse.h"
 #include "utilLog.h"
 
-namespace
-{
-
-rtosConnection connection;
-uint8_t buffer[DB_MESSAGE_MAX_BYTES];
+static rtosConnection connection;
+static uint8_t buffer[DB_MESSAGE_MAX_BYTES];
 const Bytes statusRequest = message(fileRequest(9), 30), histogramRequest = message(db_request_header{10, 1, 0});
 const std::string failedSend = "send|sleep 100000|ERROR error on IPC send, retrying, ret -3\n|";
-db_upload_histogram counters;
+static db_upload_histogram counters;
 
-int setAndCount()
+static int setAndCount()
 {
     return dbSetUploadStatus("100MOXEL", "MOXE0001.MP4", 30, 0x600df00d) +
            dbGetUploadStatusHistogram(5, nullptr, &counters);
 }
 
-int write30(rtosConnection *pRtosConn, const char *pDirName, const char *pFileName, uint8_t *pRespBuf)
+static int write30(rtosConnection *pRtosConn, const char *pDirName, const char *pFileName, uint8_t *pRespBuf)
 {
     return getWriteUploadStatusResponse(pRtosConn, pDirName, pFileName, pRespBuf, 30);
 }
-
-} // namespace
 
 TEST(Exchange, AttemptsOrDumpsInWrongNumberOrOrder)
 {

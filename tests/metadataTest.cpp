@@ -4,17 +4,14 @@
 #include "fieldFormatters.h"
 #include "listing.h"
 
-namespace
-{
-
 const auto refusal = [](uint32_t status) { return message(responseHeader(0, status)); };
 
-Bytes gumi(db_content_type type, uint32_t properties = 0)
+static Bytes gumi(db_content_type type, uint32_t properties = 0)
 {
     return message(responseHeader(7), contentInfo(type, fileSpec(), 6, properties), gumiOf(0xAB), gumiOf(0x01));
 }
 
-Bytes video(db_content_type type, const Bytes &highlights = {}, uint32_t duration = 1500, uint32_t lrvSize = 7)
+static Bytes video(db_content_type type, const Bytes &highlights = {}, uint32_t duration = 1500, uint32_t lrvSize = 7)
 {
     const db_video_specific_info record = {lrvSize, duration, 41, 100, static_cast<uint32_t>(highlights.size()) / 4, 1};
     return message(responseHeader(4), contentInfo(type), record, highlights);
@@ -39,8 +36,6 @@ struct Metadata : ListTest {
     }
     ScriptedTransport transport;
 };
-
-} // namespace
 
 TEST_F(Metadata, V4InfoKeysOfATypeOrProperty)
 {

@@ -3,9 +3,6 @@
 
 #include "listing.h"
 
-namespace
-{
-
 using PagedList = ListTest;
 
 const Bytes pageRequest = listRequest(10, 0, 0, 0);
@@ -13,12 +10,10 @@ const Bytes chapterRequest = fileRequest(DB_COMMAND_VIDEO_SPECIFIC_INFO);
 const Bytes group = message(item(2, "MOXE0001.MP4"), groupInfo(1, 0, 0));
 const Bytes busy = message(responseHeader(0, DB_STATUS_BUSY), Bytes(60));
 
-std::string photoOf(const std::string &file)
+static std::string photoOf(const std::string &file)
 {
     return entryOf(file, "'hc':'0','wdr':'0','raw':'0','s':'3000'");
 }
-
-} // namespace
 
 TEST_F(PagedList, WrongPagesAskedForOrItemsListed)
 {

@@ -6,10 +6,7 @@
 #include "metadataQuery.h"
 #include "utilLog.h"
 
-namespace
-{
-
-std::string decoded(const std::string &source, int size = 64, bool plusIsBlank = true)
+static std::string decoded(const std::string &source, int size = 64, bool plusIsBlank = true)
 {
     char text[64] = "untouched";
     const int result = queryDecode(source.data(), static_cast<int>(source.size()), text, size, plusIsBlank);
@@ -17,7 +14,7 @@ std::string decoded(const std::string &source, int size = 64, bool plusIsBlank =
 }
 
 // Status; filter, new upload status, directory and file; what is logged.
-std::string parsed(const std::string &query, uint32_t level = UTIL_LOG_LEVEL_WARNING)
+static std::string parsed(const std::string &query, uint32_t level = UTIL_LOG_LEVEL_WARNING)
 {
     mediaQuerySettings s = {0, 0x1234, 0, "", "", 0xFFFFF7FC, ""};
     effects().clear();
@@ -29,7 +26,7 @@ std::string parsed(const std::string &query, uint32_t level = UTIL_LOG_LEVEL_WAR
 /** Status, filter, query options, mask, directory, words without a field, new upload status. */
 using Outcome = std::tuple<int, uint32_t, uint32_t, uint32_t, std::string, std::string, uint32_t>;
 
-Outcome parse(const std::string &query)
+static Outcome parse(const std::string &query)
 {
     effects().clear();
     mediaQuerySettings settings = {};
@@ -37,8 +34,6 @@ Outcome parse(const std::string &query)
     return {status,           settings.filter,      settings.rtosDBQueryOptions, settings.whitelistMask,
             settings.dirName, settings.unsupported, settings.newUploadStatus};
 }
-
-} // namespace
 
 TEST(Query, EscapeOrRoomMisjudged)
 {

@@ -18,17 +18,14 @@
 #include "skipBlanks.h"
 #include "utilLog.h"
 
-namespace
-{
-
 const uint32_t initialLevel = g_logLevel;
-pid_t parent = 2;                 // what the process is told of its parent
-int forked = 1000;                // what it gets of a fork; 1000: the real thing
-int zerosInFront = 0, number = 3; // its random numbers
+static pid_t parent = 2;                 // what the process is told of its parent
+static int forked = 1000;                // what it gets of a fork; 1000: the real thing
+static int zerosInFront = 0, number = 3; // its random numbers
 
 /** Runs code in a child, which must end with this status and these words. */
 template <typename Run>
-void expectExit(Run run, int status, const std::string &words)
+static void expectExit(Run run, int status, const std::string &words)
 {
     EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), run(), exit(0)), testing::ExitedWithCode(status),
                 testing::Matcher<const std::string &>(words));
@@ -36,14 +33,12 @@ void expectExit(Run run, int status, const std::string &words)
 
 constexpr int line = __LINE__ + 6;
 
-void report()
+static void report()
 {
     UTIL_ERROR("ERROR: Db response size too small.\n");
     UTIL_ASSERT(line != 0);
     UTIL_ASSERT(line == 0);
 }
-
-} // namespace
 
 // Doubles of the system's calls.
 extern "C" {

@@ -6,12 +6,7 @@
 
 #include "cardRoot.h"
 
-namespace
-{
-
-std::string current = "/nonexistent/card/";
-
-}
+static std::string current = "/nonexistent/card/";
 
 // In place of the camera's mount point.
 const char *cardRoot()

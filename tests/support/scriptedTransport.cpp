@@ -6,15 +6,12 @@
 
 #include "effects.h"
 
-namespace
-{
-
-ScriptedTransport *pCurrent = nullptr;
+static ScriptedTransport *pCurrent = nullptr;
 
 constexpr size_t tokenOffset = offsetof(db_request_header, token);
 constexpr size_t responseTokenOffset = offsetof(db_response_header, token);
 
-ScriptedTransport &current()
+static ScriptedTransport &current()
 {
     if (pCurrent == nullptr) {
         ADD_FAILURE() << "the transport is used without a script";
@@ -24,7 +21,7 @@ ScriptedTransport &current()
 }
 
 // Bytes of a request, without its token.
-std::string hex(const Bytes &request)
+static std::string hex(const Bytes &request)
 {
     std::string text;
     for (size_t i = 0; i < request.size(); ++i) {
@@ -33,8 +30,6 @@ std::string hex(const Bytes &request)
     }
     return text;
 }
-
-} // namespace
 
 ScriptedTransport::ScriptedTransport()
 {
