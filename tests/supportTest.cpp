@@ -104,13 +104,13 @@ TEST(UtilLog, LevelGateOrTagWrong)
 {
     EXPECT_EQ(initialLevel, 2u);
     const char *tags[] = {"OFF  ", "FATAL", "ERROR", "WARN ", "DEBUG", "INFO ", "TRACE"};
-    for (uint32_t level = 0; level < 7; ++level) {
-        for (const uint32_t value : {level, 7u, UINT32_MAX}) {
+    for (int level = 0; level < 7; ++level) {
+        for (const uint32_t value : {static_cast<uint32_t>(level), 7u, UINT32_MAX}) {
             util_log_set_level(value);
         }
-        for (uint32_t of = 0, count = 0; of < 7; ++of) {
-            const std::string logged = printedBy([&] { UTIL_LOG(of, "%u\n", ++count); });
-            const std::string wanted = formatted("3 UTIL_LOG_%s:%u\n @supportTest:%d", tags[of], of + 1, __LINE__ - 1);
+        for (int of = 0, count = 0; of < 7; ++of) {
+            const std::string logged = printedBy([&] { UTIL_LOG(of, "%d\n", ++count); });
+            const std::string wanted = formatted("3 UTIL_LOG_%s:%d\n @supportTest:%d", tags[of], of + 1, __LINE__ - 1);
             EXPECT_EQ(logged, of > level ? "" : wanted);
             EXPECT_EQ(count, std::min(of, level) + 1);
         }
