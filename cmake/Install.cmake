@@ -49,9 +49,11 @@ write_basic_package_version_file(mxMediaRTOSDBConfigVersion.cmake COMPATIBILITY 
 install(FILES ${PROJECT_BINARY_DIR}/mxMediaRTOSDBConfig.cmake ${PROJECT_BINARY_DIR}/mxMediaRTOSDBConfigVersion.cmake
     DESTINATION ${packageFolder} COMPONENT development)
 
-install(TARGETS rtosMediaDBSim COMPONENT desktop)
+if(MX_BUILD_SIMULATOR)
+    install(TARGETS rtosMediaDBSim COMPONENT desktop)
+    install(FILES docs/rtosMediaDBSim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT desktop)
+endif()
 install(TARGETS mxipc nvq mxdebug LIBRARY DESTINATION ${MX_STAND_INS} COMPONENT desktop)
-install(FILES docs/rtosMediaDBSim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT desktop)
 
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md TYPE DOC COMPONENT documents)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documents)

@@ -23,20 +23,20 @@ void printValueNames(const char *pValues)
 }
 
 constexpr char completion[] = R"(
-# Offers those of the paths whose names begin with what is typed. Blanks and the like stay quoted throughout: nothing of
-# a name is ever run, and a typed name is held against the quoted names of the card.
-_mxMediaRTOSDBTestApp_names()
+# Offers the names in a folder that the card's items can have, none of which needs quotes, behind an opening quote too.
+# The names come from compgen, as in a loop over a pattern the shell's option failglob would end the completion.
+_mxMediaRTOSDBTestApp_names() # pattern of the folder's paths, expression for the names
 {
-    local path name
-    for path; do
-        printf -v name %q "${path##*/}"
-        [[ -e $path && $name == "${COMP_WORDS[COMP_CWORD]}"* ]] && COMPREPLY+=("$name")
-    done
+    local path typed=${COMP_WORDS[COMP_CWORD]#[\"\']}
+    while read -r path; do
+        path=${path%/}
+        [[ ${path##*/} =~ $2 && ${path##*/} == "$typed"* ]] && COMPREPLY+=("${path##*/}")
+    done < <(compgen -G "$1")
 }
 
 _mxMediaRTOSDBTestApp()
 {
-    local values path name media=${_mxMediaRTOSDBTestApp_card}DCIM
+    local values folder media=${_mxMediaRTOSDBTestApp_card}DCIM isFolder='^[1-9][0-9]{2}(MOXEL|M3D_[LR])$'
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
         COMPREPLY=($(compgen -W "${!_mxMediaRTOSDBTestApp_values[*]}" -- "${COMP_WORDS[1]}"))
@@ -45,16 +45,12 @@ _mxMediaRTOSDBTestApp()
     values=(${_mxMediaRTOSDBTestApp_values[${COMP_WORDS[1]:--}]-})
     case ${values[COMP_CWORD - 2]-} in
     dirName)
-        for path in "$media"/*/; do
-            _mxMediaRTOSDBTestApp_names "${path%/}"
-        done
+        _mxMediaRTOSDBTestApp_names "$media/*/" "$isFolder"
         ;;
     fileName)
-        for path in "$media"/*/; do
-            path=${path%/}
-            printf -v name %q "${path##*/}"
-            [[ $name == "${COMP_WORDS[COMP_CWORD - 1]}" ]] && _mxMediaRTOSDBTestApp_names "$path"/*
-        done
+        folder=${COMP_WORDS[COMP_CWORD - 1]//[\"\']/}
+        [[ $folder =~ $isFolder ]] &&
+            _mxMediaRTOSDBTestApp_names "$media/$folder/*" '^[A-Z0-9_]{4}[0-9]{4}\.(MP4|JPG|MET)$'
         ;;
     esac
 }

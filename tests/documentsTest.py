@@ -5,11 +5,11 @@ project, then unittest's. In place of the folder the script `run`: it runs the c
 
 A console block, in a man page one between .EX and .EE, holds lines "$ command", each with its output behind it. A
 command that ends in a backslash goes on in the next line. Words behind a prompt are what is typed. A block with a name
-behind its language is a file. The commands of a document run one after the other in one shell, in a folder of its own,
-with a card of its own in place of /tmp/fuse_d, a free port in place of 8080 and a channel of its own in place of that
-of user 1000. What can't be the same twice counts as equal: the date of the build, the card's random identity and times
-taken. Carriage returns, colours and empty lines at the end, which a page can't show, are left out. All other bytes
-count.
+behind its language, or behind .EX, is a file. The commands of a document run one after the other in one shell, in a
+folder of its own, with a card of its own in place of /tmp/fuse_d, a free port in place of 8080 and a channel of its own
+in place of that of user 1000. What can't be the same twice counts as equal: the date of the build, the card's random
+identity and times taken. Carriage returns, colours and empty lines at the end, which a page can't show, are left out.
+All other bytes count.
 """
 import os
 import pathlib
@@ -87,7 +87,8 @@ class Documents(unittest.TestCase):
     def test_document_shows_what_is_not_printed(self):
         others = [ROOT / "simulator/README.md", *sorted((ROOT / "docs").glob("*.*"))]
         for document in [ROOT / "README.md", *([] if SCRIPT else others)]:
-            text = document.read_text().replace(".EX\n", "```console\n").replace(".EE\n", "```\n").replace("\\-", "-")
+            text = document.read_text().replace(".EX\n", "```console\n").replace(".EX ", "```json ")
+            text = text.replace(".EE\n", "```\n").replace("\\-", "-")
             shown = list(commands(text))
             self.assertEqual(len(re.findall(r"^ *\$ ", text, re.M)), len(shown), f"{document.name}: one is not run")
             printed = run(text) if shown else []

@@ -2,6 +2,7 @@
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -12,7 +13,8 @@ SOURCE, WORK = pathlib.Path(__file__).resolve().parent.parent, pathlib.Path(sys.
 BUILD, TREE, ROOT, CARD = WORK / "build", WORK / "moved/usr", WORK / "root", WORK / "card"
 EXAMPLES = SOURCE / "docs/examples"
 CONSOLE, SIMULATOR = TREE / "bin/mxMediaRTOSDBTestApp", TREE / "bin/rtosMediaDBSim"
-CALLS = set(re.findall(r"^int (\w+)\(", (SOURCE / "libmxMediaRTOSDB/include/mxMediaRTOSDB.h").read_text(), re.M))
+HEADER = (SOURCE / "libmxMediaRTOSDB/include/mxMediaRTOSDB.h").read_text()
+CALLS = set(re.findall(r"^int (\w+)\(", HEADER, re.M))
 CHANNEL = tempfile.TemporaryDirectory()  # the path of a socket is short
 ENVIRONMENT = dict(os.environ, MXIPC_DIR=CHANNEL.name, PATH=f"{WORK}/tools:{os.environ['PATH']}:/usr/sbin:/sbin")
 PROGRAMS = {"contentInfo": ("cc", ["100MOXEL", "MOXE0001.MP4"], "type 0, 4096 bytes, 3 highlights\n"),
@@ -27,6 +29,12 @@ def run(*words, cwd=WORK):
     done = subprocess.run([str(word) for word in words], text=True, capture_output=True, env=ENVIRONMENT, cwd=cwd)
     assert done.returncode == 0, f"{words}: status {done.returncode}\n{done.stdout}{done.stderr}"
     return done.stdout + done.stderr
+
+
+def prototypes(text):
+    """Those of a header or of a man page, without names of parameters and blanks."""
+    text = re.sub(r'^\.BI |"', "", text.split("OWNERSHIP")[0], flags=re.M)
+    return {re.sub(r"\w+\s*(?=[,)])|\s", "", call) for call in re.findall(r"^(\w+ \w+\([^;]*;)", text, re.M)}
 
 
 def dynamic(path, what):
@@ -100,6 +108,19 @@ class Installed(unittest.TestCase):
         self.assertLessEqual(max(map(len, shown.splitlines())), 80)
         told = pages[SIMULATOR.name].read_text().replace("\\-", "-")
         self.assertEqual(*(set(re.findall(r"--[a-z-]+[a-z]", text)) for text in (told, run(SIMULATOR, "--help"))))
+        completion = next(TREE.rglob("completions/*")).read_text().replace("filterOperation", "query")
+        values = dict(re.findall(r"^ +\[(\w+)\]='(.*)'$", completion.replace("logLvl", "log_lvl"), re.M))
+        told = pages[CONSOLE.name].read_text().split("QUERIES")[0]
+        self.assertEqual(dict(re.findall(r'^\.TP\n\.BI? "?(\w+)[ "]*([\w ]*)', told, re.M)), {**values, "exit": ""})
+        table = (SOURCE / "README.md").read_text().split("| Word ")[1].split("\n\n")[0]
+        self.assertEqual(sorted(re.findall(r"`(\w+)`", table)), sorted(values))
+        self.assertEqual(prototypes(page.read_text()), prototypes(HEADER))
+        wire, constants = (SOURCE / "docs/wire.md").read_text(), re.findall(r"(DB_\w+) = (\d+)", HEADER)
+        self.assertEqual(set(re.findall(r"`(DB_COMMAND\w+)` \| (\d+)", wire)),
+                         {row for row in constants if "COMMAND" in row[0]})
+        sizes = re.findall(r"^DB_ASSERT_SIZE\((\w+), (\w+)\)", HEADER, re.M)
+        self.assertEqual(dict(re.findall(r"^(db_\w+) += [^(]*\(.*?(\d+)\)$", wire, re.M)),
+                         {record: dict(constants).get(size, size) for record, size in sizes})
 
     def test_document_leads_nowhere(self):
         documents = list((TREE / "share/doc").rglob("*.md"))
@@ -109,18 +130,23 @@ class Installed(unittest.TestCase):
                 self.assertTrue((document.parent / link).exists(), (document, link))
 
     def test_completion_offers_what_is_not_there_or_runs_a_name(self):
-        strange = CARD / "DCIM/My clips"
-        strange.mkdir()
-        (strange / "a b$(touch ran).MP4").touch()
-        for words, offered in ((["g"], "gci|gumibyfile"), (["ci", "My"], r"My\ clips"), (["cl", "1"], ""),
-                               (["ci", r"My\ clips", ""], r"a\ b\$\(touch\ ran\).MP4"), (["nonsense", ""], ""),
-                               (["mus", "100MOXEL", "MOXE0001.M"], "MOXE0001.MP4"), (["ci", "100MOXEL", "M", "1"], "")):
-            line = " ".join(f"'{word}'" for word in [CONSOLE.name, *words])
-            printed = run("bash", "-uc", f"""source {next(TREE.rglob('completions/*'))}; _{CONSOLE.name}_card={CARD}/
-                COMP_WORDS=({line}); COMP_CWORD={len(words)}; _{CONSOLE.name}; printf '%s|' "${{COMPREPLY[@]}}" """)
+        empty, strange = CARD / "DCIM/200MOXEL", CARD / "DCIM/103M3D_L/$(touch ran)0001.MP4"
+        empty.mkdir()
+        strange.touch()
+        for words, offered in ((["g"], "gci|gumibyfile"), (["ci", ""], "100MOXEL|101MOXEL|102M3D_R|103M3D_L|200MOXEL"),
+                               (["ci", "'103"], "103M3D_L"), (["ci", "200MOXEL", ""], ""), (["ci", "NOMEDIA", ""], ""),
+                               (["ci", "'103M3D_L'", ""], "MOXE0001.JPG|MOXE0002.JPG|MOXE0003.MP4"),
+                               (["mus", "100MOXEL", '"MOXE0001.'], "MOXE0001.MP4"), (["ci", "101MOXEL", "MOXE0019"], ""),
+                               (["ci", "101MOXEL", "S"], "SESS0012.MET|SESS0013.MET"), (["nonsense", ""], ""),
+                               (["cl", "1"], ""), (["ci", "100MOXEL", "M", "1"], "")):
+            line = shlex.join([CONSOLE.name, *words])
+            printed = run("bash", "-O", "failglob", "-uc", f"""source {next(TREE.rglob('completions/*'))}
+                _{CONSOLE.name}_card={CARD}/ COMP_WORDS=({line}); COMP_CWORD={len(words)}; _{CONSOLE.name}
+                printf '%s|' "${{COMPREPLY[@]}}" """)
             self.assertEqual(set(printed.split("|")), {"", *offered.split("|")}, words)
         self.assertFalse((WORK / "ran").exists())
-        shutil.rmtree(strange)
+        empty.rmdir()
+        strange.unlink()
 
     def test_package_does_not_install_run_or_go_away(self):
         self.assertNotIn("Warning", run("cpack", "-B", WORK / "package", cwd=BUILD))
