@@ -8,7 +8,8 @@ command that ends in a backslash goes on in the next line. Words behind a prompt
 behind its language, or behind .EX, is a file. The commands of a document run one after the other in one shell, in a
 folder of its own, with a card of its own in place of /tmp/fuse_d, a free port in place of 8080 and a channel of its own
 in place of that of user 1000. What can't be the same twice counts as equal: the date of the build, the card's random
-identity and times taken. Carriage returns, colours and empty lines at the end, which a page can't show, are left out.
+identity and times taken. Carriage returns, colours and empty lines at the end, which a page can't show, are left out,
+and what the shell says of a camera that was made to die.
 All other bytes count.
 """
 import os
@@ -33,7 +34,7 @@ listens() { grep -q "$(printf ':%04X 00000000:0000 0A' 8080)" /proc/net/tcp; }
 within_10_s() { for _ in {1..500}; do "$1" && return; sleep 0.02; done; }
 """
 EQUAL = [(r"^Created .*,", "Created DATE,"), (r'"id":"[0-9]+"', '"id":""'), (r"took [0-9:]+", "took"),
-         ("\r|\033\\[[0-9]*m|\n+\\Z", "")]
+         (r"^bash: line [0-9]+: +[0-9]+ Killed .*\n?", ""), ("\r|\033\\[[0-9]*m|\n+\\Z", "")]
 PROMPT = re.compile(r"^(> |Enter [^\n]*?: )(.*)\n", re.M)
 
 
