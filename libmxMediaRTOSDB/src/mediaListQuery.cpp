@@ -198,20 +198,12 @@ int parseQueryFolder(const char *pQueryString, int length, mediaQuerySettings *p
 
 int parseMediaListQuery(const char *pQueryString, int length, mediaQuerySettings *pSettings)
 {
-    constexpr int (*parsers[])(const char *, int, mediaQuerySettings *) = {parseDataSet, parseQueryFields,
-                                                                           parseQueryFolder, parseQueryStatus};
-    pSettings->whitelistMask = FIELD_ALL;
-    int status = HTTP_OK;
     if (length == 0) {
         pSettings->rtosDBQueryOptions = RTOS_DB_QUERY_ALL_MEDIA;
         pSettings->whitelistMask = FIELD_LEGACY;
-    } else {
-        for (auto parse : parsers) {
-            if (status == HTTP_OK) {
-                status = parse(pQueryString, length, pSettings);
-            }
-        }
+        return parseQueryKeys({}, pQueryString, length, pSettings);
     }
-    finishQuerySettings(pSettings);
-    return status;
+    pSettings->whitelistMask = FIELD_ALL;
+    return parseQueryKeys({parseDataSet, parseQueryFields, parseQueryFolder, parseQueryStatus}, pQueryString, length,
+                          pSettings);
 }
