@@ -19,6 +19,7 @@
 #include "fieldText.h"
 #include "fillField.h"
 #include "listHeader.h"
+#include "maskBit.h"
 #include "responseCounts.h"
 #include "utilLog.h"
 #include "wireCursor.h"

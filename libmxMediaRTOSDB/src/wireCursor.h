@@ -87,10 +87,4 @@ inline size_t maskUsedBytes(const db_group_content_info *pGroup)
     return static_cast<size_t>((pGroup->last_number - pGroup->first_number) >> 3) + 1;
 }
 
-/** Whether the bit of the group's member `first_number` + `position` is set in a mask. */
-inline bool maskBitIsSet(const uint8_t *pMask, uint32_t position)
-{
-    return (pMask[position >> 3] & (0x80u >> (position & 7))) != 0;
-}
-
 #endif
