@@ -10,8 +10,8 @@
 #include <memory>
 #include <string>
 
-#include "catalogue.h"
 #include "mxMediaRTOSDB.h"
+#include "readings.h"
 #include "scan.h"
 
 namespace

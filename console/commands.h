@@ -5,7 +5,7 @@
 #ifndef COMMANDS_H
 #define COMMANDS_H
 
-#include "consoleRun.h"
+#include "consoleState.h"
 
 /** One command. */
 struct consoleCommand {

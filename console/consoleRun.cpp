@@ -1,10 +1,12 @@
 #include "consoleRun.h"
 
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <mqueue.h>
 
 #include "commands.h"
+#include "consoleState.h"
 #include "fillField.h"
 #include "input.h"
 #include "usage.h"
@@ -101,16 +103,4 @@ int consoleRun(int argc, char **argv)
         return -1;
     }
     return status;
-}
-
-commandEnd endOnFailedCall(const char *pCallName, int ret)
-{
-    printf("%s returned %d\n", pCallName, ret);
-    return {true, ret};
-}
-
-commandEnd endOnReturn(int ret)
-{
-    printf("\nreturn %d\n", ret);
-    return {true, ret};
 }

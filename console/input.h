@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "consoleRun.h"
+#include "consoleState.h"
 #include "mxMediaRTOSDB.h"
 
 /** A decimal number with a default. */

@@ -6,6 +6,8 @@
 #include <ctime>
 #include <iterator>
 
+#include "maskBit.h"
+
 namespace
 {
 
@@ -117,7 +119,7 @@ void printMaskNumbers(const char *pLabel, const db_group_content_info &group, co
     const uint32_t members = first <= last ? std::min(last - first, maskBits - 1) + 1 : 0;
     uint32_t found = 0;
     for (uint32_t i = 0; i < members && found < limit; ++i) {
-        if ((pMask[i / 8] & (0x80u >> (i % 8))) == 0) {
+        if (!maskBitIsSet(pMask, i)) {
             printf("\"%d\" ", static_cast<int>(first + i));
             ++found;
         }

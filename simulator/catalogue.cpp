@@ -1,6 +1,5 @@
-#include <algorithm>
-
 #include "catalogue.h"
+#include "hash.h"
 #include "records.h"
 
 namespace sim
@@ -14,20 +13,6 @@ constexpr uint32_t familyBits =
 constexpr uint32_t narrowingBits = RTOS_DB_QUERY_HIGHLIGHTS | RTOS_DB_QUERY_CLIPS | RTOS_DB_QUERY_GROUPS;
 // Bits that choose families of items: with none of them set all are chosen.
 constexpr uint32_t choosingBits = 0x3F00;
-
-// 64-bit FNV-1a.
-uint64_t hash(Bytes bytes, uint64_t seed = 0xCBF29CE484222325)
-{
-    for (const uint8_t byte : bytes) {
-        seed = (seed ^ byte) * 0x100000001B3;
-    }
-    return seed;
-}
-
-uint64_t hash(std::string_view text, uint64_t seed)
-{
-    return hash(Bytes(reinterpret_cast<const uint8_t *>(text.data()), text.size()), seed);
-}
 
 // Digest of all that answers tell of an item.
 uint64_t digestOf(const Item &item)
@@ -70,14 +55,6 @@ std::string textOf(const Gumi &gumi)
 }
 
 } // namespace
-
-Gumi gumiOf(std::string_view path)
-{
-    const uint64_t halves[] = {hash(path, 0x6D786D6564696131), hash(path, 0x67756D6967756D69)};
-    Gumi gumi;
-    memcpy(gumi.data(), halves, sizeof halves);
-    return gumi;
-}
 
 Catalogue::Catalogue(std::vector<Item> items) : items_(std::move(items))
 {

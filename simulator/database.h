@@ -65,9 +65,6 @@ class Database
     std::string lastError_;
 };
 
-/** An answer without a body: command and token of the request, as far as it has them, and a status. */
-Message plainAnswer(Bytes request, uint32_t status);
-
 } // namespace sim
 
 #endif

@@ -1,6 +1,5 @@
 #include <random>
 
-#include "database.h"
 #include "faults.h"
 
 namespace sim

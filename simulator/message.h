@@ -1,6 +1,6 @@
 /**
  * @file message.h
- * A message under construction, bounded by what the wire carries.
+ * A message under construction, bounded by what the wire carries; and an answer that needs no database.
  */
 #ifndef MESSAGE_H
 #define MESSAGE_H
@@ -82,6 +82,9 @@ class Message
     std::array<uint8_t, DB_MESSAGE_MAX_BYTES + 1> bytes_{};
     size_t size_ = 0;
 };
+
+/** An answer without a body: command and token of the request, as far as it has them, and a status. */
+Message plainAnswer(Bytes request, uint32_t status);
 
 } // namespace sim
 

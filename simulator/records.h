@@ -5,7 +5,7 @@
 #ifndef RECORDS_H
 #define RECORDS_H
 
-#include "catalogue.h"
+#include "items.h"
 #include "message.h"
 
 namespace sim

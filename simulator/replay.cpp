@@ -5,7 +5,6 @@
 #include <iostream>
 #include <iterator>
 
-#include "database.h"
 #include "parseNumber.h"
 #include "replay.h"
 

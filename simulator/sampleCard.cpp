@@ -6,8 +6,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "catalogue.h"
 #include "catalogueJson.h"
+#include "items.h"
 #include "sampleCard.h"
 
 namespace sim

@@ -5,10 +5,10 @@
 #include <sys/time.h>
 
 #include "card.h"
-#include "catalogue.h"
 #include "checker.h"
 #include "effects.h"
 #include "nvq.h"
+#include "readings.h"
 #include "scan.h"
 
 using Item = std::pair<cah_item_s, Lines>; // with its files

@@ -11,7 +11,6 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 
-#include "../checker/catalogue.h"
 #include "card.h"
 #include "commands.h"
 #include "consoleRun.h"
@@ -19,6 +18,7 @@
 #include "effects.h"
 #include "mxdebug.h"
 #include "mxipc.h"
+#include "readings.h"
 #include "sampleCard.h"
 #include "utilLog.h"
 

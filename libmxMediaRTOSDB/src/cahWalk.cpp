@@ -6,6 +6,7 @@
 //   highlights of a video and the highlight mask are passed over, as far as they were received.
 // - It never asks for GUMIs. If they come all the same, a transcode has a parent's, too.
 // - Chapters are read as a group whatever `list_options` says.
+// - The files of a group get their names by its content type; chapterGroup.cpp goes by the first file's own name.
 // - An entry that is cut short ends the walk with the number of those before it, a malformed one with -1, so the two
 //   are told apart.
 #include "cahWalk.h"
@@ -19,6 +20,7 @@
 #include "fieldText.h"
 #include "fillField.h"
 #include "listHeader.h"
+#include "maskBit.h"
 #include "responseCounts.h"
 #include "utilLog.h"
 #include "wireCursor.h"

@@ -5,7 +5,8 @@
 #ifndef GROUP_NUMBERS_H
 #define GROUP_NUMBERS_H
 
-#include "wireCursor.h"
+#include "maskBit.h"
+#include "mxMediaRTOSDB.h"
 
 /** A walk over the numbers of a group. Ends at `last_number` or when as many numbers as wanted have been selected. */
 struct groupNumbers {

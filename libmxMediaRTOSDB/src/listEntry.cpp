@@ -95,16 +95,6 @@ bool readListEntry(wireCursor *pCursor, uint32_t listOptions, listEntry *pEntry)
     return readTail(pCursor, pEntry);
 }
 
-const db_video_specific_info *takeVideoRecord(wireCursor *pCursor, const uint8_t **ppHighlights)
-{
-    const auto *pVideo = takeRecord<db_video_specific_info>(pCursor);
-    if (pVideo == nullptr) {
-        return nullptr;
-    }
-    *ppHighlights = takeValues(pCursor, pVideo->highlight_count);
-    return *ppHighlights != nullptr ? pVideo : nullptr;
-}
-
 bool listEntryIsShown(const listEntry *pEntry, uint32_t queryOptions)
 {
     return queryOptions == 0 ? pEntry->pInfo->content_type < DB_CONTENT_TYPE_RAW_PHOTO

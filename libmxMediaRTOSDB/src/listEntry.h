@@ -34,13 +34,6 @@ struct listEntry {
 bool readListEntry(wireCursor *pCursor, uint32_t listOptions, listEntry *pEntry);
 
 /**
- * Reads a video record and its highlights.
- * @param ppHighlights receives the record's `highlight_count` values
- * @return the record, or null when it was not received whole
- */
-const db_video_specific_info *takeVideoRecord(wireCursor *pCursor, const uint8_t **ppHighlights);
-
-/**
  * The second filter behind the database's own: whether an item gets an entry.
  * @param queryOptions `RTOS_DB_QUERY_...`; 0 lets every item pass but those of a type above the continuous photos
  */

@@ -25,21 +25,22 @@ struct dataSet {
 };
 
 constexpr uint32_t videosAndPhotos = RTOS_DB_QUERY_VIDEOS | RTOS_DB_QUERY_PHOTOS;
-constexpr uint32_t everything = videosAndPhotos | RTOS_DB_QUERY_METADATA_SESSION_FILES | RTOS_DB_QUERY_RAW |
-                                RTOS_DB_QUERY_HIGHLIGHTS | RTOS_DB_QUERY_CLIPS | RTOS_DB_QUERY_GROUPS;
+constexpr uint32_t everything = videosAndPhotos | RTOS_DB_QUERY_METADATA_SESSION_FILES | RTOS_DB_QUERY_RAW;
 
+// Sets of clips, highlights or groups ask for all items of their kind: the bits that narrow a request stand in the byte
+// that each parse clears at its end.
 constexpr dataSet dataSets[] = {
     {"photos", eDBFILTER_T_PHOTOS, RTOS_DB_QUERY_PHOTOS},
     {"video", eDBFILTER_T_VIDEO, RTOS_DB_QUERY_VIDEOS},
-    {"clips", eDBFILTER_T_CLIPS, videosAndPhotos | RTOS_DB_QUERY_CLIPS},
-    {"videoclips", eDBFILTER_T_CLIPS, RTOS_DB_QUERY_VIDEOS | RTOS_DB_QUERY_CLIPS},
-    {"photoclips", eDBFILTER_T_PHOTO_CLIPS, RTOS_DB_QUERY_PHOTOS | RTOS_DB_QUERY_CLIPS},
-    {"highlights", eDBFILTER_T_HIGHLIGHTS, videosAndPhotos | RTOS_DB_QUERY_HIGHLIGHTS},
-    {"videohighlights", eDBFILTER_T_VIDEO_HIGHLIGHTS, RTOS_DB_QUERY_VIDEOS | RTOS_DB_QUERY_HIGHLIGHTS},
-    {"photohighlights", eDBFILTER_T_PHOTO_HIGHLIGHTS, RTOS_DB_QUERY_PHOTOS | RTOS_DB_QUERY_HIGHLIGHTS},
-    {"groups", eDBFILTER_T_GROUPS, videosAndPhotos | RTOS_DB_QUERY_GROUPS},
-    {"videogroups", eDBFILTER_T_GROUPS, RTOS_DB_QUERY_VIDEOS | RTOS_DB_QUERY_GROUPS},
-    {"photogroups", eDBFILTER_T_PHOTO_GROUPS, RTOS_DB_QUERY_PHOTOS | RTOS_DB_QUERY_GROUPS},
+    {"clips", eDBFILTER_T_CLIPS, videosAndPhotos},
+    {"videoclips", eDBFILTER_T_CLIPS, RTOS_DB_QUERY_VIDEOS},
+    {"photoclips", eDBFILTER_T_PHOTO_CLIPS, RTOS_DB_QUERY_PHOTOS},
+    {"highlights", eDBFILTER_T_HIGHLIGHTS, videosAndPhotos},
+    {"videohighlights", eDBFILTER_T_VIDEO_HIGHLIGHTS, RTOS_DB_QUERY_VIDEOS},
+    {"photohighlights", eDBFILTER_T_PHOTO_HIGHLIGHTS, RTOS_DB_QUERY_PHOTOS},
+    {"groups", eDBFILTER_T_GROUPS, videosAndPhotos},
+    {"videogroups", eDBFILTER_T_GROUPS, RTOS_DB_QUERY_VIDEOS},
+    {"photogroups", eDBFILTER_T_PHOTO_GROUPS, RTOS_DB_QUERY_PHOTOS},
     {"raw", eDBFILTER_T_RAW, RTOS_DB_QUERY_RAW},
     {"gumi", eDBFILTER_T_GUMI, 0},
     {"none", eDBFILTER_T_NONE, everything},
@@ -197,20 +198,12 @@ int parseQueryFolder(const char *pQueryString, int length, mediaQuerySettings *p
 
 int parseMediaListQuery(const char *pQueryString, int length, mediaQuerySettings *pSettings)
 {
-    constexpr int (*parsers[])(const char *, int, mediaQuerySettings *) = {parseDataSet, parseQueryFields,
-                                                                           parseQueryFolder, parseQueryStatus};
-    pSettings->whitelistMask = FIELD_ALL;
-    int status = HTTP_OK;
     if (length == 0) {
         pSettings->rtosDBQueryOptions = RTOS_DB_QUERY_ALL_MEDIA;
         pSettings->whitelistMask = FIELD_LEGACY;
-    } else {
-        for (auto parse : parsers) {
-            if (status == HTTP_OK) {
-                status = parse(pQueryString, length, pSettings);
-            }
-        }
+        return parseQueryKeys({}, pQueryString, length, pSettings);
     }
-    finishQuerySettings(pSettings);
-    return status;
+    pSettings->whitelistMask = FIELD_ALL;
+    return parseQueryKeys({parseDataSet, parseQueryFields, parseQueryFolder, parseQueryStatus}, pQueryString, length,
+                          pSettings);
 }

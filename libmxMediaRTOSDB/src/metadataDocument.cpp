@@ -9,8 +9,11 @@ namespace
 {
 
 // The fields that each family of items may show.
-constexpr uint32_t videoFamily = 0x01FDB6FF;
-constexpr uint32_t otherFamily = 0x0026764F;
+constexpr uint32_t everyFamily = FIELD_N | FIELD_MOD | FIELD_CRE | FIELD_S | FIELD_HC | FIELD_GUMI | FIELD_PGUMI |
+                                 FIELD_US | FIELD_EIS | FIELD_TR | FIELD_WIDTH_HEIGHT;
+constexpr uint32_t videoFamily = everyFamily | FIELD_LS | FIELD_CL | FIELD_HI | FIELD_ZTA | FIELD_AO | FIELD_MP |
+                                 FIELD_DUR | FIELD_FRAME_RATE | FIELD_PROG | FIELD_SUBSAMPLE;
+constexpr uint32_t otherFamily = everyFamily | FIELD_WDR | FIELD_RAW;
 
 // A type that no item has, negative ones included, counts as neither video nor media.
 bool hasMoreInfo(db_content_type type)

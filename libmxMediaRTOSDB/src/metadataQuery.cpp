@@ -51,21 +51,9 @@ int parseDocument(const char *pQueryString, int length, mediaQuerySettings *pSet
     return queryRefuseRepeated(pQueryString, length, repeatedDocumentKey, value, sizeof value);
 }
 
-using keyParser = int (*)(const char *pQueryString, int length, mediaQuerySettings *pSettings);
-
-constexpr keyParser keyParsers[] = {parseDocument, parseQueryP, parseQueryStatus};
-
 } // namespace
 
 int parseMetadataQuery(const char *pQueryString, int length, mediaQuerySettings *pSettings)
 {
-    int status = HTTP_OK;
-    for (const keyParser parser : keyParsers) {
-        status = parser(pQueryString, length, pSettings);
-        if (status != HTTP_OK) {
-            break;
-        }
-    }
-    finishQuerySettings(pSettings);
-    return status;
+    return parseQueryKeys({parseDocument, parseQueryP, parseQueryStatus}, pQueryString, length, pSettings);
 }

@@ -96,6 +96,18 @@ int splitPath(char *pPath, mediaQuerySettings *pSettings)
     return HTTP_OK;
 }
 
+void finishSettings(mediaQuerySettings *pSettings)
+{
+    pSettings->rtosDBQueryOptions &= ~0xFFu;
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->filter = 0x%08x", pSettings->filter);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->rtosDBQueryOptions = 0x%08x", pSettings->rtosDBQueryOptions);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->newUploadStatus = 0x%08x", pSettings->newUploadStatus);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->dirName = '%s'", pSettings->dirName);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->fileName = '%s'", pSettings->fileName);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->whitelistMask = 0x%08x", pSettings->whitelistMask);
+    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->unsupported = '%s'", pSettings->unsupported);
+}
+
 } // namespace
 
 int queryDecode(const char *pSource, int sourceLength, char *pDestination, int destinationSize, bool plusIsBlank)
@@ -228,14 +240,13 @@ int parseQueryP(const char *pQueryString, int length, mediaQuerySettings *pSetti
     return queryRefuseRepeated(pQueryString, length, pathKey, value, sizeof value);
 }
 
-void finishQuerySettings(mediaQuerySettings *pSettings)
+int parseQueryKeys(std::initializer_list<queryParser> parsers, const char *pQueryString, int length,
+                   mediaQuerySettings *pSettings)
 {
-    pSettings->rtosDBQueryOptions &= ~0xFFu;
-    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->filter = 0x%08x", pSettings->filter);
-    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->rtosDBQueryOptions = 0x%08x", pSettings->rtosDBQueryOptions);
-    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->newUploadStatus = 0x%08x", pSettings->newUploadStatus);
-    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->dirName = '%s'", pSettings->dirName);
-    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->fileName = '%s'", pSettings->fileName);
-    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->whitelistMask = 0x%08x", pSettings->whitelistMask);
-    UTIL_LOG(UTIL_LOG_LEVEL_DEBUG, "pSettings->unsupported = '%s'", pSettings->unsupported);
+    int status = HTTP_OK;
+    for (auto parse = parsers.begin(); parse != parsers.end() && status == HTTP_OK; ++parse) {
+        status = (*parse)(pQueryString, length, pSettings);
+    }
+    finishSettings(pSettings);
+    return status;
 }

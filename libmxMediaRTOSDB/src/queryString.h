@@ -7,6 +7,7 @@
 #define QUERY_STRING_H
 
 #include <cstdint>
+#include <initializer_list>
 
 /** What a query asks for, `filter` of the settings. */
 enum : uint32_t {
@@ -112,7 +113,15 @@ int parseQueryStatus(const char *pQueryString, int length, mediaQuerySettings *p
  */
 int parseQueryP(const char *pQueryString, int length, mediaQuerySettings *pSettings);
 
-/** Ends every parse, failed ones too: clears the low byte of the query options and logs the record. */
-void finishQuerySettings(mediaQuerySettings *pSettings);
+/** Parses some keys into the settings. @return HTTP status */
+using queryParser = int (*)(const char *pQueryString, int length, mediaQuerySettings *pSettings);
+
+/**
+ * Parses a whole query: runs parsers up to the first that fails. At the end, after a failure too, the low byte of the
+ * query options is cleared and the record is logged.
+ * @return 200, or the status of the failure
+ */
+int parseQueryKeys(std::initializer_list<queryParser> parsers, const char *pQueryString, int length,
+                   mediaQuerySettings *pSettings);
 
 #endif

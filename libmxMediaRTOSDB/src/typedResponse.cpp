@@ -89,8 +89,8 @@ int askForContent(rtosConnection *pRtosConn, uint32_t commandType, const char *p
 bool holdsVideo(const uint8_t *pRespBuf, int length)
 {
     wireCursor cursor = wireCursorAt(pRespBuf, length, DB_RESPONSE_SECOND_OFFSET);
-    const auto *pVideo = takeRecord<db_video_specific_info>(&cursor);
-    return pVideo != nullptr && takeValues(&cursor, pVideo->highlight_count) != nullptr;
+    const uint8_t *pHighlights = nullptr;
+    return takeVideoRecord(&cursor, &pHighlights) != nullptr;
 }
 
 } // namespace

@@ -52,6 +52,21 @@ inline const uint8_t *takeValues(wireCursor *pCursor, uint32_t count)
     return takeBytes(pCursor, count * sizeof(uint32_t));
 }
 
+/**
+ * Takes a video record and its highlights.
+ * @param ppHighlights receives the record's `highlight_count` values
+ * @return the record, or null when it was not received whole
+ */
+inline const db_video_specific_info *takeVideoRecord(wireCursor *pCursor, const uint8_t **ppHighlights)
+{
+    const auto *pVideo = takeRecord<db_video_specific_info>(pCursor);
+    if (pVideo == nullptr) {
+        return nullptr;
+    }
+    *ppHighlights = takeValues(pCursor, pVideo->highlight_count);
+    return *ppHighlights != nullptr ? pVideo : nullptr;
+}
+
 /** Value `index` of a row of 32-bit values at any address. */
 inline uint32_t valueAt(const uint8_t *pValues, uint32_t index)
 {
@@ -70,12 +85,6 @@ inline size_t maskWireBytes(const db_group_content_info *pGroup)
 inline size_t maskUsedBytes(const db_group_content_info *pGroup)
 {
     return static_cast<size_t>((pGroup->last_number - pGroup->first_number) >> 3) + 1;
-}
-
-/** Whether the bit of the group's member `first_number` + `position` is set in a mask. */
-inline bool maskBitIsSet(const uint8_t *pMask, uint32_t position)
-{
-    return (pMask[position >> 3] & (0x80u >> (position & 7))) != 0;
 }
 
 #endif

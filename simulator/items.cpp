@@ -2,8 +2,9 @@
 #include <limits>
 #include <span>
 
-#include "catalogue.h"
 #include "catalogueJson.h"
+#include "hash.h"
+#include "items.h"
 #include "parseNumber.h"
 
 namespace sim
@@ -167,6 +168,14 @@ Item makeItem(Members members, db_content_type type)
 }
 
 } // namespace
+
+Gumi gumiOf(std::string_view path)
+{
+    const uint64_t halves[] = {hash(path, 0x6D786D6564696131), hash(path, 0x67756D6967756D69)};
+    Gumi gumi;
+    memcpy(gumi.data(), halves, sizeof halves);
+    return gumi;
+}
 
 bool isVideo(db_content_type type)
 {

@@ -1,10 +1,10 @@
 /**
- * @file catalogue.h
+ * @file readings.h
  * The catalogue as the first reading of a check saw it, the callbacks that build it and hold later readings against it,
  * and the way in which a check fails.
  */
-#ifndef CHECKER_CATALOGUE_H
-#define CHECKER_CATALOGUE_H
+#ifndef READINGS_H
+#define READINGS_H
 
 #include <cstddef>
 #include <cstdint>
@@ -31,7 +31,7 @@ extern std::vector<ConsistencyItem> gItems;
 /** Position in `gItems` of the item under test. */
 extern uint32_t gIdx;
 
-/** Items counted by upload status. */
+/** Items counted by upload status; the report of a reading prints it by this name. */
 extern uint32_t histogram[UPLOAD_STATUS_HISTOGRAM_SIZE];
 
 /** Every file, as "100MOXEL/MOXE0001.MP4", with the number of passes since the first that have seen it. */

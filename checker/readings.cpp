@@ -1,4 +1,4 @@
-#include "catalogue.h"
+#include "readings.h"
 
 #include <algorithm>
 #include <cstdarg>
