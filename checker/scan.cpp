@@ -165,9 +165,13 @@ void addEntry(scanBlock *pBlock, const mxml_scan_entry &folder, const char *pPat
     ++pBlock->count;
 }
 
-// Adds the files of a folder that folderFilter let through.
 void addFolder(scanBlock *pBlock, const char *pRootPath, const char *pFolderName)
 {
+    // A scandir that was put in place of the system's may not ask the filter.
+    const scanFolderKind *pKind = folderKindOf(pFolderName);
+    if (pKind == nullptr) {
+        return;
+    }
     char path[CARD_PATH_MAX];
     const int length = snprintf(path, sizeof path, "%s%s", pRootPath, pFolderName);
     nameList files;
@@ -181,7 +185,7 @@ void addFolder(scanBlock *pBlock, const char *pRootPath, const char *pFolderName
     mxml_scan_entry folder = {};
     folder.dir_number =
         static_cast<uint16_t>((pFolderName[0] - '0') * 100 + (pFolderName[1] - '0') * 10 + (pFolderName[2] - '0'));
-    folder.dir_type = folderKindOf(pFolderName)->type;
+    folder.dir_type = pKind->type;
     for (int i = 0; i < files.count; ++i) {
         const size_t nameBytes = strlen(files.ppNames[i]->d_name) + 1;
         if (nameBytes <= room) {
