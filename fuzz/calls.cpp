@@ -54,6 +54,13 @@ void directCalls(Input &input)
     REQUIRE(result == 0 || result == -1 || (result == FAILED_SEND && call == 2) ||
             (result == FAILED_INIT && call < 6 && answers.exchanges == 0));
     REQUIRE(result == 0 || (memcmp(&results, &before, sizeof before) == 0 && tags == unset));
+    // A histogram is copied when its handle is closed and nothing is poisoned any more.
+    const size_t length = answers.answer.bytes.size();
+    if (call == 7 && result == 0 && length >= DB_RESPONSE_BODY_OFFSET) {
+        const auto *pCounters = reinterpret_cast<const uint8_t *>(&results.histogram);
+        REQUIRE(std::all_of(pCounters + std::min(length - DB_RESPONSE_BODY_OFFSET, sizeof results.histogram),
+                            pCounters + sizeof results.histogram, [](uint8_t one) { return one == 0; }));
+    }
 }
 
 void typedResponses(Input &input)

@@ -94,14 +94,11 @@ TEST(HostileLadder, ReadBeyondMessage)
     const auto asked = [&plain](const std::string &query) {
         return message(framed(Bytes(query.begin(), query.end())), plain);
     };
-    // Of a single record, and of a list's one entry, the counts are the largest that a message can hold.
+    // A single record's counts are the largest for which the bytes behind the message are guarded.
     const db_response_header head = responseHeader(7);
     const Bytes content = message(head, item(7)), more = message(head, db_more_info{1920, 1080, 30, 1, 1, 1, 0});
-    const Bytes oneVideo = message(head, item(0), video(349)), gumi = message(head, item(0), gumiOf(7), gumiOf(8));
-    const Bytes oneGroup = message(head, item(1), group(2, 174)), name = message(head, fileSpec());
-    const Bytes listedVideo = message(listHeader(1, 2), item(0), video(344));
-    const Bytes twoMasks = message(listHeader(1, 2), item(5), group(2, 172));
-    const Bytes oneMask = message(listHeader(1, 2), item(5, 0), group(1, 344));
+    const Bytes oneVideo = message(head, item(0), video(345)), gumi = message(head, item(0), gumiOf(7), gumiOf(8));
+    const Bytes oneGroup = message(head, item(1), group(2, 172)), name = message(head, fileSpec());
     const Bytes last = message(listHeader(1, 6), item(4)), items = filled(message(listHeader(24, 25)), item(7));
     const Bytes files = message(responseHeader(4, 0, 3), item(0), video(2), item(1), video(0), item(2), video(1));
     const Bytes manyFiles = filled(message(responseHeader(4, 0, 17)), message(item(0), video(0)));
@@ -110,21 +107,32 @@ TEST(HostileLadder, ReadBeyondMessage)
         {"v4info", metadata, {asked("p=100MOXEL/MOXE0001.MP4&t=v4info"), gumi, {}, oneVideo, {}, more}},
         {"videoinfo", metadata, {asked("p=100MOXEL/MOXE0001.MP4&t=videoinfo"), oneVideo, {}, more}},
         {"duration", metadata, {asked("p=100MOXEL/MOXE0001.MP4&t=dur"), oneVideo}},
-        {"media list", mediaList, {asked("x"), page(8), {}, files, {}, last}},
+        {"media list", mediaList, {asked("x"), page(8), {}, files, {}, last}, 130},
         {"lookup", mediaList, {asked("f=gumi&folder=100MOXEL&files=MOXE0001.MP4,MOXE0002.JPG"), gumi, {}, gumi}},
         {"paged list", pagedList, {pages, page(8), {}, files, {}, last}},
         {"paged items", pagedList, {pages, items}, 100},
-        {"paged video", pagedList, {pages, listedVideo}},
-        {"paged masks", pagedList, {pages, twoMasks}},
-        {"paged mask", pagedList, {pages, oneMask}},
         {"walk", cahWalk, {walk, page(0), plain, oneVideo}},
-        {"walked video", cahWalk, {walk, listedVideo}},
-        {"walked mask", cahWalk, {walk, oneMask}},
         {"page and walk", cahWalk, {message(Bytes{0, 30}, Bytes(4), plain), page(0), {}, oneVideo}},
         {"session files", cahWalk, {message(Bytes{2, 30}, Bytes(4), plain), items}, 100},
         {"chapters", chapters, {{}, message(item(2), group(1)), plain, files}},
         {"many chapters", chapters, {message(framed(message(item(2), groupInfo(3, 0, 31))), plain), manyFiles}, 104},
     };
+    // Guarded counts, then the largest that a message can hold.
+    for (const uint32_t words : {0u, 4u}) {
+        const Bytes video1 = message(listHeader(1, 2), item(0), video(340 + words));
+        const Bytes masks2 = message(listHeader(1, 2), item(5), group(2, 170 + words / 2));
+        const Bytes mask1 = message(listHeader(1, 2), item(5, 0), group(1, 340 + words));
+        const Reader rows[] = {
+            {"paged video", pagedList, {pages, video1}, 130}, {"paged masks", pagedList, {pages, masks2}, 130},
+            {"paged mask", pagedList, {pages, mask1}, 130},   {"walked video", cahWalk, {walk, video1}, 130},
+            {"walked mask", cahWalk, {walk, mask1}, 130},
+        };
+        readers.insert(readers.end(), std::begin(rows), std::end(rows));
+    }
+    for (uint8_t call = 2; const Bytes &largest : {message(item(0), video(349)), message(item(1), group(2, 174))}) {
+        readers.push_back(
+            {"largest record", directCalls, {message(Bytes{call++, 9}, plain), message(head, largest)}, 130});
+    }
     const Bytes done = message(head), histogram = message(head, Bytes(sizeof(db_upload_histogram), 1));
     for (uint8_t call = 0; const Bytes &answer : {content, more, oneVideo, oneGroup, gumi, name, done, histogram}) {
         readers.push_back({"direct call", directCalls, {message(Bytes{call++, 9}, plain), answer}});

@@ -46,8 +46,8 @@ struct Input {
  * The database at the far end while this lives, on a card with the identity 42. It answers with the frames of the
  * input, whatever is asked, then with empty messages; no byte of them is a quote or a backslash, so that documents can
  * be parsed. In front of the frames stand two bytes: which opening fails, counted from 1, and the log level. Bytes
- * behind a received message are poisoned until the handle is used again or closed. Requires well formed requests, one
- * open handle at most, and none in the end.
+ * behind a received message are 0xEE, and poisoned until the handle is used again or closed. Requires well formed
+ * requests, one open handle at most, and none in the end.
  */
 struct Answers {
     Input &input;

@@ -188,7 +188,7 @@ class Breakdown(Camera):
     def test_answer_that_is_taken_for_good_or_for_another(self):
         cases = [(words, False, *fault.format(number).split())
                  for words in self.COMMANDS for number in range(1, self.exchanges[words] + 1)
-                 for fault in ("--empty @{}", "--too-long @{}", "--twice @{}", "--delay 150:@{}")]
+                 for fault in ("--empty @{}", "--too-long @{}", "--twice @{}", "--delay 250:@{}")]
         # What is no answer is asked for again; a message of no bytes is one, and ends what is no document.
         self.judge(cases, lambda words, returns, fault, number: fault != "--empty" or words[0] in ("list", "pl"))
 

@@ -465,8 +465,9 @@ typedef void (*cahFileCallback)(void *fileCookie, const char *pDirName, const ch
  * @param pTotal may be null: receives the number of items in the whole catalogue
  * @return items that the page brought, also those beyond the total, which are not walked. Or the number of items
  *         completed before the response was found cut short, if there were any; only an error report tells these
- *         apart. Negative: the exchange failed, and `*pSessionId` and `*pTotal` are as they were; or the response is
- *         malformed, and they are set.
+ *         apart. A refusal, with its status, is no failure: the result, `*pSessionId` and `*pTotal` are what that
+ *         response says, 0 where it is too short. Negative: the exchange failed, and `*pSessionId` and `*pTotal` are as
+ *         they were; or the response is malformed, and they are set.
  */
 int dbGetCAHList(uint32_t count, uint32_t startIndex, uint32_t token, cahItemCallback itemCallback, void *itemCookie,
                  cahFileCallback fileCallback, void *fileCookie, uint32_t *pSessionId, uint32_t *pTotal);
