@@ -10,9 +10,19 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 
 namespace fs = std::filesystem;
+
+// Puts any clock but the monotonic one an hour ahead at each look, so that a deadline on it is past at once.
+extern "C" int clock_gettime(clockid_t clock, timespec *pTime) noexcept
+{
+    static time_t ahead = 0;
+    const long result = syscall(SYS_clock_gettime, clock, pTime);
+    pTime->tv_sec += clock == CLOCK_MONOTONIC ? 0 : ahead += 3600;
+    return static_cast<int>(result);
+}
 
 TEST(Platform, UnsafeDirectoryIsUsedOrStopRequestIsMissed)
 {
@@ -50,14 +60,16 @@ TEST(Platform, UnsafeDirectoryIsUsedOrStopRequestIsMissed)
     EXPECT_EQ(path, (root / "mxipc/peer").string());
 }
 
-TEST(Platform, SignalsExtendTheDeadlineOfReceiveOrConnect)
+TEST(Platform, DeadlineMovesOrAnswerOfAnotherLengthIsTakenOrDescriptorLeaks)
 {
+    const auto descriptors = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = descriptors();
     const TemporaryCard folder;
     setenv("MXIPC_DIR", folder.path("meet").c_str(), 1);
     setenv("MXIPC_TIMEOUT_MS", "300", 1);
     sockaddr_un address{AF_UNIX, {}};
     ASSERT_EQ(rendezvousPath("peer", address.sun_path, sizeof address.sun_path), 0);
-    const int listener = socket(AF_UNIX, SOCK_SEQPACKET, 0);
+    const int listener = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0);
     ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     ASSERT_EQ(listen(listener, 0), 0); // the backlog holds one connection, and nobody accepts it
     signal(SIGALRM, [](int) {});
@@ -69,10 +81,21 @@ TEST(Platform, SignalsExtendTheDeadlineOfReceiveOrConnect)
         EXPECT_TRUE(seconds >= 0.3 && seconds < 1.2) << pWhat << ": " << seconds;
     };
     mxIpcHandle handle, second;
-    char message[1500];
+    char message[1501] = {};
     EXPECT_TRUE(mxIpcInit("peer", &handle) >= 0 && mxIpcSend(&handle, "?", 1) >= 0);
     expectBounded("connect", [&] { return mxIpcInit("peer", &second); });
     expectBounded("receive", [&] { return mxIpcReceive(&handle, message); });
     ualarm(0, 0);
+    close(accept(listener, nullptr, nullptr));
+    for (const auto &[length, result] : {std::pair(1501, -EMSGSIZE), {1500, 1500}, {0, 0}, {-1, -ECONNRESET}}) {
+        EXPECT_GE(mxIpcSend(&handle, "?", 1), 0);
+        const int peer = accept(listener, nullptr, nullptr);
+        length < 0 ? shutdown(peer, SHUT_WR) : send(peer, message, static_cast<size_t>(length), 0);
+        EXPECT_EQ(mxIpcReceive(&handle, message), result);
+        close(peer);
+    }
+    EXPECT_GE(mxIpcSend(&handle, "?", 1), 0);
+    mxIpcDestroy(&handle);
     close(listener);
+    EXPECT_EQ(descriptors(), before);
 }

@@ -151,10 +151,12 @@ TEST(SimulatorFaults, FaultAtAnotherRequestOrInAnotherForm)
     } rows[] = {
         {"--busy 2 --drop 5 --truncate 3 --garble 7", {"24 ", "20! ", "13 ", "20! ", "", "14! ", "24! "}, 3},
         {"--delay 60000:2", {"24 ", "", "24 "}, 3},
+        {"--delay 60000", {"", ""}, 2},
+        {"--seed 2 --truncate 1 --busy 1 --busy 0", {"17 ", "8 ", "12 "}, 3},
         {"--empty 2 --too-long 3 --twice 5", {"24 ", "0 ", "1501 ", "0 ", "24 24 "}, 5},
         {"--empty @2 --twice 3", {"24 ", "0 ", "24 24 ", "24 "}, 4},
         {"--die before-reading:2", {"24 ", "reset "}, 1},
-        {"--die after-reading:2", {"24 ", "end "}, 1},
+        {"--silence after-answer:1 --die after-reading:2", {"24 ", "end "}, 1},
         {"--die mid-answer:2", {"24 ", "12 end "}, 2},
         {"--drop 2 --die after-answer:2", {"24 ", "end "}, 1},
         {"--silence after-reading:2", {"24 ", "", ""}, 1},
@@ -207,4 +209,34 @@ TEST(SimulatorReplay, AnswersOfEqualRequestsOrTheirTokensMixedUp)
     testing::internal::CaptureStderr();
     EXPECT_EQ(replay.answer(sim::bytesOf(db_request_header{9, 1, 0}))->bytes()[4], DB_STATUS_FAILURE);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("not in the recording"), std::string::npos);
+}
+
+TEST(SimulatorReplay, DamagedRecordingIsTakenOrRefusedForAnotherReason)
+{
+    const std::string eight = " 00 00 00 00 00 00 00 00", bytes = eight + eight + eight + eight; // a full line
+    const std::string snd = "Snd :\n", begun = snd + "[00000/00064]:" + bytes + '\n';
+    const std::string broken = "bytes that do not go on with the message";
+    const std::pair<std::string, std::string> rows[] = {
+        {begun + "Rcv :\n", "3: the message above is not whole"},
+        {begun + "[00000/00064]:" + bytes, "3: " + broken},
+        {begun + "[00032/00063]:" + bytes, "3: " + broken},
+        {snd + "[00000/00000]:", "2: " + broken},
+        {snd + "[00000/01501]:", "2: a message of more than 1500 bytes"},
+        {snd + "[00000/0064]: 00", "2: not \"[offset/length]:\""},
+        {snd + "[00000/00064]: 00", "2: too few bytes"},
+        {snd + "[00000/00064]: 00" + bytes, "2: too many bytes"},
+        {snd + "[00000/00001]: 0", "2: not a byte of two hexadecimal digits"},
+        {"[00000/00001]: 00", "1: bytes without \"Snd :\" or \"Rcv :\" in front"},
+        {"Rcv :\n", "1: an answer without a request"},
+        {snd + "[00000/00001]: 00\n", "2: the recording ends without an exchange"},
+    };
+    for (const auto &[recording, reason] : rows) {
+        std::string refusal = "taken";
+        try {
+            sim::parseReplay(recording, "file");
+        } catch (const sim::ReplayError &error) {
+            refusal = error.what();
+        }
+        EXPECT_EQ(refusal, "file:" + reason);
+    }
 }
