@@ -83,10 +83,14 @@ TEST_F(CahWalk, EntryMisreadOrReadBeyondTheResponse)
     info.uploadStatus = 30;
     info.extra_bits = 0xFFFFFF85;
     const Bytes video = message(info, gumiOf(0x0A), gumiOf(0xBC), videoRecord(Bytes(8), 0, 7));
-    EXPECT_EQ(list(page(2, {video, message(item(7, "MOXE0002"), gumiOf(1))}, DB_LIST_OPTION_INCLUDE_GUMI), 0, noteItem),
+    const Bytes photos = message(item(5, "G0070004.JPG"), gumiOf(2), groupInfo(7, 4, 6, 1), Bytes{0x40, 0, 0, 0});
+    const Bytes raw = message(item(7, "MOXE0002"), gumiOf(1));
+    EXPECT_EQ(list(page(3, {video, raw, photos}, DB_LIST_OPTION_INCLUDE_GUMI), 0, noteItem),
               "item 0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A BCBCBCBCBCBCBCBCBCBCBCBCBCBCBCBC 3 group 0 0-0-0 us 30 hc 2 "
               "bits 5 at 1000 2s clip 1 3000 100MOXEL/MOXE0001.MP4|MOXE0001.MP4|item 01010101010101010101010101010101 "
-              "- 7 group 0 0-0-0 us 0 hc 0 bits 0 at 1000 0s clip 0 3000 100MOXEL/MOXE0002|MOXE0002|2 7 2");
+              "- 7 group 0 0-0-0 us 0 hc 0 bits 0 at 1000 0s clip 0 3000 100MOXEL/MOXE0002|MOXE0002|item "
+              "02020202020202020202020202020202 "
+              "- 5 group 7 4-6-1 us 0 hc 0 bits 0 at 1000 0s clip 0 4000 100MOXEL/G0070004.JPG|G0070005.JPG|3 7 3");
 
     // Cut at each length: what is whole is delivered, and the words to be skipped behind it need not be there.
     const Bytes clip = message(item(0, "V", 0, DB_MEDIA_CLIPPED), gumiOf(1), gumiOf(2), videoRecord(Bytes(4)));
