@@ -133,6 +133,14 @@ void cahWalk(Input &input)
     const int result = list(count, startIndex, 7, itemCallback, &items, fileCallback, nullptr, &sessionId, &total);
     REQUIRE((result >= 0 && result <= static_cast<int>(count)) || result == -1 || result == -3);
     REQUIRE(items <= static_cast<int>(count) && (result != -3 || (sessionId == 7 && total == 7)));
+    // Of a header that is cut short the rest is 0.
+    const auto isReceived = [length = answers.answer.bytes.size()](size_t offset, uint32_t value) {
+        const size_t received = length > offset ? length - offset : 0;
+        return received >= sizeof value || value >> (8 * received) == 0;
+    };
+    REQUIRE(result < 0 || answers.exchanges != 1 ||
+            (isReceived(offsetof(db_list_response_header, session_id), sessionId) &&
+             isReceived(offsetof(db_list_response_header, total_entries), total)));
 }
 
 void chapters(Input &input)

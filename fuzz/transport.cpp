@@ -16,6 +16,7 @@ void FUZZ_TARGET(Input &input);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pBytes, size_t size)
 {
     Input input = {{pBytes, size}};
+    effects().clear();
     printedBy([&] { FUZZ_TARGET(input); });
     return 0;
 }
@@ -63,7 +64,6 @@ Answers::Answers(Input &source) : input(source), initsLeft(static_cast<int>(sour
     static const Card card;
     REQUIRE(pFar == nullptr);
     g_logLevel = input.number(1) % UTIL_LOG_LEVEL_LAST;
-    effects().clear();
     pFar = this;
 }
 

@@ -3,6 +3,7 @@
 // the calls of the system through here.
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <dirent.h>
 #include <fnmatch.h>
 #include <mqueue.h>
@@ -35,11 +36,12 @@ card|mus|100MOXEL|MOXE0001.MP4|7||lvl|4|list|||vid|100MOXEL|MOXE0001.MP4||hist|e
 card|ci|100MOXEL|MOXE0001.MP4|2|filebygumi|DB34CC88F77F968FB381768917156F63||lvl||)";
 
 enum { INIT, SEND, RECEIVE, HALF, BUSY, HEAP, NEW, OPEN, PUT, GET, CLOSE, MKDIR, STAT, SCAN, RANDOM, NVQ };
-enum { TIME = NVQ + 1, TIMEOFDAY, LOCALTIME, GMTIME, ASCTIME, MQ_OPEN, MQ_SEND, MQ_CLOSE, FAULTS };
+enum { REPORT = NVQ + 1, TIME, TIMEOFDAY, LOCALTIME, GMTIME, ASCTIME, MQ_OPEN, MQ_SEND, MQ_CLOSE, FAULTS };
 static constexpr const char *faultNames[FAULTS] = {
-    "mxIpcInit", "mxIpcSend",    "mxIpcReceive", "half an answer", "busy database", "calloc",  "new",     "fopen",
-    "fputs",     "fgets",        "fclose",       "mkdir",          "stat",          "scandir", "rand",    "nvq_get",
-    "time",      "gettimeofday", "localtime",    "gmtime",         "asctime",       "mq_open", "mq_send", "mq_close",
+    "mxIpcInit", "mxIpcSend", "mxIpcReceive", "half an answer", "busy database", "calloc",    "new",
+    "fopen",     "fputs",     "fgets",        "fclose",         "mkdir",         "stat",      "scandir",
+    "rand",      "nvq_get",   "fprintf",      "time",           "gettimeofday",  "localtime", "gmtime",
+    "asctime",   "mq_open",   "mq_send",      "mq_close",
 };
 
 // What a run may print otherwise because of a fault, and end well: the text between two others, of which "" is an end.
@@ -131,6 +133,17 @@ extern "C" {
 
 WRAP(FILE *, fopen, (const char *pPath, const char *pMode), fails(OPEN) ? nullptr : __real_fopen(pPath, pMode))
 WRAP(int, fputs, (const char *pText, FILE *pFile), fails(PUT) ? EOF : __real_fputs(pText, pFile))
+// Of the report file; the texts for people are not looked at.
+WRAP(int, vfprintf, (FILE * pFile, const char *pFormat, va_list list),
+     pFile != stderr && fails(REPORT) ? -1 : __real_vfprintf(pFile, pFormat, list))
+int __wrap_fprintf(FILE *pFile, const char *pFormat, ...)
+{
+    va_list list;
+    va_start(list, pFormat);
+    const int length = __wrap_vfprintf(pFile, pFormat, list);
+    va_end(list);
+    return length;
+}
 WRAP(char *, fgets, (char *pText, int size, FILE *pFile), fails(GET) ? nullptr : __real_fgets(pText, size, pFile))
 WRAP(int, fclose, (FILE * pFile), fails(CLOSE) ? (__real_fclose(pFile), EOF) : __real_fclose(pFile))
 WRAP(int, mkdir, (const char *pPath, mode_t mode), fails(MKDIR) ? -1 : __real_mkdir(pPath, mode))
@@ -190,7 +203,7 @@ int mxIpcReceive(mxIpcHandle *pHandle, void *pBuffer)
 void mxIpcDestroy(mxIpcHandle *pHandle)
 {
     run.wrongs += pHandle->word[0] != openMark && pHandle->word[1] != 0;
-    hold(std::exchange(*pHandle, {}).word[0], -1);
+    hold(std::exchange(*pHandle, {}).word[0] == openMark, -1);
 }
 }
 
