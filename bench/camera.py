@@ -10,6 +10,8 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BUILD = pathlib.Path(os.environ.get("BENCH_BUILD", ROOT / "build/release")).absolute()
+PROGRAMS = BUILD / "bench"
+FOR_CAMERA = PROGRAMS / "camera"
 SIMULATOR = BUILD / "bin/rtosMediaDBSim"
 MOUNT_POINT = pathlib.Path("/tmp/fuse_d")
 
@@ -37,27 +39,33 @@ def build(*packages):
     """Builds the release and the bench's own programs. Gives the folder of the latter."""
     lists = " ".join(f"${{{name}[@]}}" for name in ("packages_build", *packages))
     run("bash", "-c", f"source {ROOT}/scripts/packages.sh && need_packages {lists}")
-    run("cmake", "--preset", "release", "-B", BUILD, cwd=ROOT, stdout=subprocess.DEVNULL)
-    run("cmake", "--build", BUILD, stdout=subprocess.DEVNULL)
-    folder = BUILD / "bench"
-    folder.mkdir(exist_ok=True)
+    for preset, built in (("release", BUILD), ("camera", FOR_CAMERA)):
+        run("cmake", "--preset", preset, "-B", built, cwd=ROOT, stdout=subprocess.DEVNULL)
+        run("cmake", "--build", built, stdout=subprocess.DEVNULL)
     compile_c = ["gcc", "-std=c11", "-D_GNU_SOURCE", "-O2", "-Wall", "-Wextra", f"-I{ROOT}/platform"]
     transport = [f"-L{BUILD}/lib", "-lmxipc", f"-Wl,-rpath,{BUILD}/lib"]
     for name, *options in [["empty"], ["measure"], ["exchange", *transport], ["record", "-shared", "-fPIC", "-ldl"]]:
-        run(*compile_c, "-o", folder / name, ROOT / "bench" / f"{name}.c", *options)
-    return folder
+        run(*compile_c, "-o", PROGRAMS / name, ROOT / "bench" / f"{name}.c", *options)
+    return PROGRAMS
 
 
 def workplace():
     """
-    A new folder for cards and channels, with the console and the stand-ins installed in it, gone at the end. Its path
-    is of the same length every time: paths stand on the stack, and move all that is behind them.
+    A new folder for cards and channels, gone at the end, with the console installed in it as a camera gets it, and as a
+    desktop does in `desktop`. Its path is of the same length every time: paths stand on the stack, and move all that is
+    behind them. The loader's cache leads to the stand-ins, as a camera's leads to the libraries in their place.
     """
     folder = pathlib.Path(tempfile.mkdtemp(prefix="mxbench.", dir="/tmp"))
     atexit.register(shutil.rmtree, folder)
     atexit.register(unbind)
-    for component in ("console", "desktop"):
-        run("cmake", "--install", BUILD, "--prefix", folder, "--component", component, stdout=subprocess.DEVNULL)
+    desktop = folder / "desktop"
+    for built, prefix, component in ((FOR_CAMERA, folder, "console"), (BUILD, desktop, "console"),
+                                     (BUILD, desktop, "desktop")):
+        run("cmake", "--install", built, "--prefix", prefix, "--component", component, stdout=subprocess.DEVNULL)
+    cache, folders = folder / "ld.so.cache", folder / "ld.so.conf"
+    folders.write_text(f"include /etc/ld.so.conf\n{next(desktop.rglob('libmxipc.so')).parent}\n")
+    run("/sbin/ldconfig", "-X", "-C", cache, "-f", folders)
+    run("mount", "--bind", cache, "/etc/ld.so.cache")
     return folder
 
 
@@ -72,6 +80,7 @@ class Camera:
     def __init__(self, folder, name, items, core=None):
         self.card, self.channel, self.items = folder / f"card-{name}", folder / f"ipc-{name}", items
         self.console = folder / "bin/mxMediaRTOSDBTestApp"
+        self.desktop_console = folder / "desktop/bin/mxMediaRTOSDBTestApp"
         run(SIMULATOR, "--make-card", "--items", items, "--card", self.card)
         self.spread()
         (self.card / "MISC").mkdir()

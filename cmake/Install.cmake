@@ -13,8 +13,11 @@ file(RELATIVE_PATH MX_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 # Built as they are installed: else CMake ends the build's own path with a colon, and to the loader the nothing behind
 # it is the working directory. A link in the build's folder leads to the stand-ins as well.
 set_target_properties(mxMediaRTOSDBTestApp mxMediaRTOSDBShared PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
-set_target_properties(mxMediaRTOSDBTestApp PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromPrograms}")
-set_target_properties(mxMediaRTOSDBShared PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromLibrary}")
+if(MX_STAND_IN_PATH)
+    # A camera does without: the loader would look through some 20 folders that are not there before its own cache.
+    set_target_properties(mxMediaRTOSDBTestApp PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromPrograms}")
+    set_target_properties(mxMediaRTOSDBShared PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromLibrary}")
+endif()
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 file(CREATE_LINK ${CMAKE_LIBRARY_OUTPUT_DIRECTORY} ${PROJECT_BINARY_DIR}/${MX_STAND_INS} SYMBOLIC)
 set_target_properties(mxMediaRTOSDBShared PROPERTIES EXPORT_NAME mxMediaRTOSDB)
