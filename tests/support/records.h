@@ -38,25 +38,18 @@ inline db_response_header responseHeader(uint32_t command, uint32_t status = DB_
     return {command, status, count, DB_VERSION, 0};
 }
 
-inline db_list_response_header listHeader(uint32_t count, uint32_t total, uint32_t listOptions = 0,
-                                          uint32_t sessionId = 7)
+inline db_list_response_header listHeader(uint32_t count, uint32_t total, uint32_t listOptions = 0)
 {
-    return {responseHeader(DB_COMMAND_LIST, DB_STATUS_OK, count), 0, listOptions, 0, total, sessionId};
+    return {responseHeader(DB_COMMAND_LIST, DB_STATUS_OK, count), 0, listOptions, 0, total, 7};
 }
 
 /** An item of plain values: created at 1000, modified at 2000, 3000 bytes. */
 inline db_content_info contentInfo(db_content_type type, const db_file_spec &spec = fileSpec(),
                                    uint32_t highlightCount = 0, uint32_t mediaProperties = 0)
 {
-    db_content_info info = {};
-    info.content_type = type;
-    memcpy(info.dir_name, spec.dir_name, sizeof info.dir_name);
-    memcpy(info.file_name, spec.file_name, sizeof info.file_name);
-    info.creation_time = 1000;
-    info.modification_time = 2000;
-    info.highlight_count = highlightCount;
-    info.mediaProperties = mediaProperties;
-    info.size = 3000;
+    db_content_info info;
+    const uint32_t counts[] = {1000, 2000, highlightCount, mediaProperties, 0};
+    memcpy(&info, message(type, spec, counts, uint64_t{3000}, uint64_t{0}).data(), sizeof info);
     return info;
 }
 

@@ -5,31 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "effects.h"
+#include "mxipc.h"
 
 static ScriptedTransport *pCurrent = nullptr;
-
-constexpr size_t tokenOffset = offsetof(db_request_header, token);
-constexpr size_t responseTokenOffset = offsetof(db_response_header, token);
-
-static ScriptedTransport &current()
-{
-    if (pCurrent == nullptr) {
-        ADD_FAILURE() << "the transport is used without a script";
-        abort();
-    }
-    return *pCurrent;
-}
-
-// Bytes of a request, without its token.
-static std::string hex(const Bytes &request)
-{
-    std::string text;
-    for (size_t i = 0; i < request.size(); ++i) {
-        const bool isToken = i >= tokenOffset && i < tokenOffset + sizeof(uint32_t);
-        text += formatted("%s%02x", i % 4 == 0 ? " " : "", isToken ? 0 : request[i]);
-    }
-    return text;
-}
 
 ScriptedTransport::ScriptedTransport()
 {
@@ -40,8 +18,8 @@ ScriptedTransport::ScriptedTransport()
 ScriptedTransport::~ScriptedTransport()
 {
     EXPECT_EQ(openHandles, 0) << "handles left open";
-    EXPECT_TRUE(steps.empty()) << steps.size() << " steps left, first:" << hex(steps.front().request);
-    EXPECT_TRUE(openResults.empty()) << "an opening that was to fail was not made";
+    EXPECT_EQ(steps.size(), 0u) << "exchanges that were not made";
+    EXPECT_EQ(openResults.size(), 0u) << "openings that were not made";
     pCurrent = nullptr;
 }
 
@@ -51,37 +29,34 @@ int mxIpcInit(const char *pChannelName, mxIpcHandle *pHandle)
 {
     EXPECT_STREQ(pChannelName, DB_CHANNEL_NAME);
     effects().push_back("init");
-    ScriptedTransport &script = current();
-    if (!script.openResults.empty()) {
-        const int result = script.openResults.front();
-        script.openResults.pop_front();
+    if (std::deque<int> &results = pCurrent->openResults; !results.empty()) {
+        const int result = results.front();
+        results.pop_front();
         return result;
     }
     memset(pHandle, 0x5A, sizeof *pHandle);
-    ++script.openHandles;
+    ++pCurrent->openHandles;
     return 0;
 }
 
 int mxIpcSend(mxIpcHandle *, const void *pMessage, int length)
 {
     effects().push_back("send");
-    ScriptedTransport &script = current();
     const auto *pBytes = static_cast<const uint8_t *>(pMessage);
-    const Bytes sent(pBytes, pBytes + length);
-    EXPECT_FALSE(script.awaitingReceive) << "a request before the response to the last one";
-    if (script.steps.empty()) {
-        ADD_FAILURE() << "a request that the script does not hold:" << hex(sent);
+    Bytes sent(pBytes, pBytes + length);
+    uint8_t *pToken = &sent.at(offsetof(db_request_header, token));
+    memcpy(&pCurrent->lastToken, pToken, sizeof pCurrent->lastToken);
+    memset(pToken, 0, sizeof pCurrent->lastToken);
+    EXPECT_FALSE(pCurrent->awaitingReceive) << "a request before the response to the last one";
+    if (pCurrent->steps.empty()) {
+        ADD_FAILURE() << "a request that the script does not hold: " << testing::PrintToString(sent);
         return -1;
     }
-    const ScriptedTransport::Step &step = script.steps.front();
-    EXPECT_EQ(hex(sent), hex(step.request));
-    if (sent.size() >= sizeof(db_request_header)) {
-        memcpy(&script.lastToken, sent.data() + tokenOffset, sizeof script.lastToken);
-    }
-    const int result = step.sendResult;
-    script.awaitingReceive = result >= 0;
+    EXPECT_EQ(sent, pCurrent->steps.front().request);
+    const int result = pCurrent->steps.front().sent;
+    pCurrent->awaitingReceive = result >= 0;
     if (result < 0) {
-        script.steps.pop_front();
+        pCurrent->steps.pop_front();
     }
     return result;
 }
@@ -89,29 +64,23 @@ int mxIpcSend(mxIpcHandle *, const void *pMessage, int length)
 int mxIpcReceive(mxIpcHandle *, void *pBuffer)
 {
     effects().push_back("receive");
-    ScriptedTransport &script = current();
-    if (!script.awaitingReceive || script.steps.empty()) {
+    if (!std::exchange(pCurrent->awaitingReceive, false)) {
         ADD_FAILURE() << "a receive without a request";
         return -1;
     }
-    script.awaitingReceive = false;
-    auto [request, sendResult, receiveResult, response, ownToken] = script.steps.front();
-    script.steps.pop_front();
-    if (!ownToken && response.size() >= responseTokenOffset + sizeof script.lastToken) {
-        memcpy(response.data() + responseTokenOffset, &script.lastToken, sizeof script.lastToken);
+    auto [request, sent, result, response, ownToken] = pCurrent->steps.front();
+    pCurrent->steps.pop_front();
+    if (!ownToken && response.size() >= sizeof(db_response_header)) {
+        memcpy(&response[offsetof(db_response_header, token)], &pCurrent->lastToken, sizeof pCurrent->lastToken);
     }
-    std::copy_n(response.begin(), std::min<size_t>(response.size(), DB_MESSAGE_MAX_BYTES),
-                static_cast<uint8_t *>(pBuffer));
-    return receiveResult;
+    std::copy(response.begin(), response.end(), static_cast<uint8_t *>(pBuffer));
+    return result;
 }
 
 void mxIpcDestroy(mxIpcHandle *pHandle)
 {
     effects().push_back("destroy");
-    const mxIpcHandle closed = {};
-    if (memcmp(pHandle, &closed, sizeof closed) != 0) {
-        *pHandle = closed;
-        --current().openHandles;
-    }
+    pCurrent->openHandles -= pHandle->word[0] != 0;
+    *pHandle = {};
 }
 }

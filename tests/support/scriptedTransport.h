@@ -8,39 +8,32 @@
 
 #include <cstdint>
 #include <deque>
-#include <string>
 #include <type_traits>
 #include <vector>
 
 #include "mxMediaRTOSDB.h"
-#include "mxipc.h"
 
 using Bytes = std::vector<uint8_t>;
 
-/** Appends the bytes of a record, or of a plain value, to a message. */
-template <typename Record>
-Bytes &operator<<(Bytes &message, const Record &record)
+/** Appends bytes, or those of a record or of a plain value, to a message. */
+template <typename Part>
+Bytes &operator<<(Bytes &message, const Part &part)
 {
-    static_assert(std::is_trivially_copyable_v<Record>);
-    const auto *pBytes = reinterpret_cast<const uint8_t *>(&record);
-    message.insert(message.end(), pBytes, pBytes + sizeof record);
+    if constexpr (std::is_trivially_copyable_v<Part>) {
+        const auto *pBytes = reinterpret_cast<const uint8_t *>(&part);
+        message.insert(message.end(), pBytes, pBytes + sizeof part);
+    } else {
+        message.insert(message.end(), part.begin(), part.end());
+    }
     return message;
 }
 
-/** Appends bytes. */
-inline Bytes &operator<<(Bytes &message, const Bytes &bytes)
-{
-    message.insert(message.end(), bytes.begin(), bytes.end());
-    return message;
-}
-
-/** A message of the records, one behind the other. */
-template <typename... Records>
-Bytes message(const Records &...records)
+/** A message of the parts, one behind the other. */
+template <typename... Parts>
+Bytes message(const Parts &...parts)
 {
     Bytes bytes;
-    (void(bytes << records), ...);
-    return bytes;
+    return (bytes << ... << parts);
 }
 
 /** The first `length` bytes of a message, with `length` allowed to be more: zeros follow then. */
@@ -57,7 +50,6 @@ inline Bytes cut(Bytes bytes, size_t length)
 struct ScriptedTransport {
     ScriptedTransport();
     ~ScriptedTransport();
-    ScriptedTransport(const ScriptedTransport &) = delete;
 
     /** The next opening fails with this result. Without it every opening succeeds. */
     void openFails(int result)
@@ -83,18 +75,16 @@ struct ScriptedTransport {
         steps.push_back({request, 0, result, {}, false});
     }
 
-    /** Token of the last request sent. */
-    uint32_t lastToken = 0;
-
     struct Step {
         Bytes request;
-        int sendResult, receiveResult;
+        int sent, received; // results
         Bytes response;
         bool ownToken;
     };
     std::deque<int> openResults;
     std::deque<Step> steps;
     int openHandles = 0;
+    uint32_t lastToken = 0; // of the last request
     bool awaitingReceive = false;
 };
 
