@@ -139,6 +139,7 @@ TEST(DirectCalls, TailCopiedWrongly)
     expect(vsi, marks(4, 15), {}, "ERROR response of 119 bytes does not hold 4 highlights\n|");
     expect(vsi, marks(349, 1396), {{20, 1500}}, "", 349);
     expect(vsi, marks(4, 17), {{20, 120}}, "", 100);
+    expect(vsi, marks(4, 16), {{20, 116}}, "", 3);
     expect(vsi, marks(4, 16), {{20, 108}}, "", 1);
     expect(vsi, marks(4, 16), {{20, 104}}, "", -1);
     expect(alone, marks(4, 16), {{80, 104}});
