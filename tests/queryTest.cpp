@@ -29,7 +29,7 @@ TEST(Query, SomethingElseAskedFor)
 {
     const std::tuple<Parser *, std::string, std::string> cases[] = {
         {meta, "t=videoinfo&" + path, "11 0 0 0 D/MOXE0001.MP4 "},
-        {meta, path + "&T=dur", "12 0 0 0 D/MOXE0001.MP4 "},
+        {meta, path + "&xt=upload&T=dur", "12 0 0 0 D/MOXE0001.MP4 "},
         {meta, "t=v4info&P=%2F/a%2fMOXE0001.JPG/third", "13 0 0 0 a/MOXE0001.JPG "},
         {meta, path + "&t=upload", "14 0 0 0 D/MOXE0001.MP4 "},
         {meta, "status=" + fits + "&t=upload&" + path, "15 0 0 8 D/MOXE0001.MP4 "},
