@@ -26,26 +26,23 @@ void directCalls(Input &input)
         db_file_spec file;
         db_upload_histogram histogram;
         uint8_t gumis[2][DB_GUMI_BYTES], masks[2][DB_MASK_MAX_BYTES];
-    } results, before;
+    } out, before;
     memset(&before, 0xA5, sizeof before);
-    results = before;
+    out = before;
     const size_t call = input.number(1) % 8;
     const int most = static_cast<int8_t>(input.number(1));
     const std::vector<uint32_t> unset(static_cast<size_t>(std::max(most, 0)), 0xA5A5A5A5);
     std::vector<uint32_t> tags = unset;
     const db_file_spec file = {{'1', '0', '0', 'M', 'O', 'X', 'E', 'L'}, "MOXE001.MP4"};
     const std::function<int()> calls[] = {
-        [&] { return dbGetContentInfo(nullptr, &file, &results.info); },
-        [&] { return dbGetMoreInfo(nullptr, &file, &results.more); },
-        [&] { return dbGetVideoSpecificInfo(nullptr, &file, &results.video, &results.info, tags.data(), most); },
-        [&] {
-            return dbGetGroupContentInfo(nullptr, &file, &results.group, &results.info, results.masks[0],
-                                         results.masks[1]);
-        },
-        [&] { return dbGetGUMIByFileName(nullptr, &file, results.gumis[0], results.gumis[1]); },
-        [&] { return dbGetFileNameByGUMI(nullptr, before.gumis[0], &results.file); },
+        [&] { return dbGetContentInfo(nullptr, &file, &out.info); },
+        [&] { return dbGetMoreInfo(nullptr, &file, &out.more); },
+        [&] { return dbGetVideoSpecificInfo(nullptr, &file, &out.video, &out.info, tags.data(), most); },
+        [&] { return dbGetGroupContentInfo(nullptr, &file, &out.group, &out.info, out.masks[0], out.masks[1]); },
+        [&] { return dbGetGUMIByFileName(nullptr, &file, out.gumis[0], out.gumis[1]); },
+        [&] { return dbGetFileNameByGUMI(nullptr, before.gumis[0], &out.file); },
         [&] { return dbSetUploadStatus("100MOXEL", "MOXE0001.MP4", 7, 7); },
-        [&] { return dbGetUploadStatusHistogram(7, nullptr, &results.histogram); },
+        [&] { return dbGetUploadStatusHistogram(7, nullptr, &out.histogram); },
     };
     Answers answers(input);
     answers.gumisAreCleared = false;
@@ -53,13 +50,13 @@ void directCalls(Input &input)
     REQUIRE(answers.exchanges <= (call < 6 ? 1 : 11));
     REQUIRE(result == 0 || result == -1 || (result == FAILED_SEND && call == 2) ||
             (result == FAILED_INIT && call < 6 && answers.exchanges == 0));
-    REQUIRE(result == 0 || (memcmp(&results, &before, sizeof before) == 0 && tags == unset));
+    REQUIRE(result == 0 || (memcmp(&out, &before, sizeof before) == 0 && tags == unset));
     // A histogram is copied when its handle is closed and nothing is poisoned any more.
     const size_t length = answers.answer.bytes.size();
     if (call == 7 && result == 0 && length >= DB_RESPONSE_BODY_OFFSET) {
-        const auto *pCounters = reinterpret_cast<const uint8_t *>(&results.histogram);
-        REQUIRE(std::all_of(pCounters + std::min(length - DB_RESPONSE_BODY_OFFSET, sizeof results.histogram),
-                            pCounters + sizeof results.histogram, [](uint8_t one) { return one == 0; }));
+        const auto *pCounters = reinterpret_cast<const char *>(&out.histogram);
+        const std::string_view counters(pCounters, sizeof out.histogram);
+        REQUIRE(counters.find_first_not_of('\0', length - DB_RESPONSE_BODY_OFFSET) == counters.npos);
     }
 }
 
@@ -74,8 +71,7 @@ void typedResponses(Input &input)
     Bytes buffer(DB_MESSAGE_MAX_BYTES);
     videoFile file = {};
     const db_more_info *pMore = nullptr;
-    const uint8_t *pGumi = nullptr;
-    const uint8_t *pParent = nullptr;
+    const uint8_t *pGumi = nullptr, *pParent = nullptr;
     const std::function<int(const char *, const char *, uint8_t *)> calls[] = {
         [&](auto... where) { return getContentInfoResponse(&link, where..., &file.pInfo); },
         [&](auto... where) { return getVideoSpecificInfoResponse(&link, where..., &file.pInfo, &file.pVideo); },
@@ -113,9 +109,7 @@ static void takeItem(void *pItems, cah_item_s *pItem)
 
 void cahWalk(Input &input)
 {
-    const uint32_t call = input.number(1);
-    const uint32_t count = input.number(1);
-    const uint32_t startIndex = input.number(4);
+    const uint32_t call = input.number(1), count = input.number(1), startIndex = input.number(4);
     const auto itemCallback = (call & 4) != 0 ? nullptr : takeItem;
     const auto fileCallback = (call & 8) != 0 ? nullptr : takeFile;
     const Bytes page = (call & 1) != 0 ? input.frame().bytes : Bytes();
@@ -128,15 +122,13 @@ void cahWalk(Input &input)
         return;
     }
     const auto list = (call & 2) != 0 ? dbGetCAHSessionFileList : dbGetCAHList;
-    uint32_t sessionId = 7;
-    uint32_t total = 7;
+    uint32_t sessionId = 7, total = 7;
     const int result = list(count, startIndex, 7, itemCallback, &items, fileCallback, nullptr, &sessionId, &total);
     REQUIRE((result >= 0 && result <= static_cast<int>(count)) || result == -1 || result == -3);
     REQUIRE(items <= static_cast<int>(count) && (result != -3 || (sessionId == 7 && total == 7)));
     // Of a header that is cut short the rest is 0.
     const auto isReceived = [length = answers.answer.bytes.size()](size_t offset, uint32_t value) {
-        const size_t received = length > offset ? length - offset : 0;
-        return received >= sizeof value || value >> (8 * received) == 0;
+        return length >= offset + sizeof value || value >> (8 * (std::max(length, offset) - offset)) == 0;
     };
     REQUIRE(result < 0 || answers.exchanges != 1 ||
             (isReceived(offsetof(db_list_response_header, session_id), sessionId) &&

@@ -12,13 +12,6 @@
 using Target = void(Input &);
 Target cahWalk, chapters, directCalls, mediaList, metadata, pagedList, typedResponses;
 
-static Target *pTarget = nullptr;
-void ladder(Input &input)
-{
-    pTarget(input);
-}
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pBytes, size_t size);
-
 // A reader and its input: messages at odd places, what stands around them at even ones.
 struct Reader {
     const char *pName;
@@ -26,6 +19,13 @@ struct Reader {
     std::vector<Bytes> input;
     size_t places = DB_MESSAGE_MAX_BYTES; // words change in front of here
 };
+
+static const Reader *pReader = nullptr;
+void ladder(Input &input)
+{
+    pReader->target(input);
+}
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pBytes, size_t size);
 
 static Bytes framed(const Bytes &bytes)
 {
@@ -70,21 +70,20 @@ static Bytes filled(const Bytes &head, const Bytes &record)
 
 static char current[200];
 
-// Runs a reader with a word at a place of one of its messages, and with another length of that message.
-static void run(const Reader &reader, size_t changed, size_t place, uint32_t word, size_t length)
+// Runs the reader with a word at a place of one of its messages, and with another length of that message.
+static void run(size_t changed, size_t place, uint32_t word, size_t length)
 {
-    snprintf(current, sizeof current, "%s: message %zu, %08X at %zu, %zu bytes\n", reader.pName, changed, word, place,
+    snprintf(current, sizeof current, "%s: message %zu, %08X at %zu, %zu bytes\n", pReader->pName, changed, word, place,
              length);
     Bytes input;
-    for (size_t i = 0; i < reader.input.size(); ++i) {
-        Bytes bytes = reader.input[i];
+    for (size_t i = 0; i < pReader->input.size(); ++i) {
+        Bytes bytes = pReader->input[i];
         if (i == changed) {
             memcpy(bytes.data() + place, &word, sizeof word);
             bytes.resize(length);
         }
         input << (i % 2 == 0 ? bytes : framed(bytes));
     }
-    pTarget = reader.target;
     LLVMFuzzerTestOneInput(input.data(), input.size());
 }
 
@@ -119,15 +118,11 @@ TEST(HostileLadder, ReadBeyondMessage)
     };
     // Guarded counts, then the largest that a message can hold.
     for (const uint32_t words : {0u, 4u}) {
-        const Bytes video1 = message(listHeader(1, 2), item(0), video(340 + words));
-        const Bytes masks2 = message(listHeader(1, 2), item(5), group(2, 170 + words / 2));
-        const Bytes mask1 = message(listHeader(1, 2), item(5, 0), group(1, 340 + words));
-        const Reader rows[] = {
-            {"paged video", pagedList, {pages, video1}, 130}, {"paged masks", pagedList, {pages, masks2}, 130},
-            {"paged mask", pagedList, {pages, mask1}, 130},   {"walked video", cahWalk, {walk, video1}, 130},
-            {"walked mask", cahWalk, {walk, mask1}, 130},
-        };
-        readers.insert(readers.end(), std::begin(rows), std::end(rows));
+        for (const Bytes &one : {message(item(0), video(340 + words)), message(item(5, 0), group(1, 340 + words)),
+                                 message(item(5), group(2, 170 + words / 2))}) {
+            readers.push_back({"paged entry", pagedList, {pages, message(listHeader(1, 2), one)}, 130});
+            readers.push_back({"walked entry", cahWalk, {walk, message(listHeader(1, 2), one)}, 130});
+        }
     }
     for (uint8_t call = 2; const Bytes &largest : {message(item(0), video(349)), message(item(1), group(2, 174))}) {
         readers.push_back(
@@ -142,21 +137,22 @@ TEST(HostileLadder, ReadBeyondMessage)
     }
     signal(SIGABRT, [](int) { fputs(current, stderr); });
     for (const Reader &reader : readers) {
+        pReader = &reader;
         for (size_t changed = 1; changed < reader.input.size(); changed += 2) {
             const Bytes &good = reader.input[changed];
             const auto wordAt = [&](size_t place) { return valueAt(good.data(), static_cast<uint32_t>(place / 4)); };
             for (size_t length = 0; length <= DB_MESSAGE_MAX_BYTES; ++length) {
-                run(reader, changed, 0, wordAt(0), length);
+                run(changed, 0, wordAt(0), length);
             }
             // No count is above 349 but the last number of a large group; a wrong one wraps when it is taken four
             // times. The last bytes of a buffer are not guarded when others follow in their granule.
             const size_t whole = std::min<size_t>(good.size(), DB_MESSAGE_MAX_BYTES - 12);
             for (size_t place = 0; place < std::min(good.size(), reader.places); place += 4) {
                 for (const uint32_t word : {0u, 1u, wordAt(place) + 1, 0x40000001u, ~0u}) {
-                    run(reader, changed, place, word, whole);
+                    run(changed, place, word, whole);
                     size_t length = wordAt(place) <= 349 ? place + 4 : DB_MESSAGE_MAX_BYTES + 1;
                     for (; length <= DB_MESSAGE_MAX_BYTES; length += length < place + 130 ? 5 : 197) {
-                        run(reader, changed, place, word, length);
+                        run(changed, place, word, length);
                     }
                 }
             }

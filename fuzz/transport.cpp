@@ -53,16 +53,14 @@ std::string Input::text()
 
 Answers::Answers(Input &source) : input(source), initsLeft(static_cast<int>(source.number(1)))
 {
-    struct Card : TemporaryCard {
-        Card()
-        {
-            identify();
-            write("DCIM/100MOXEL/MOXE0001.MP4", "12345");
-            write("DCIM/100MOXEL/MOXE0002.JPG", "123");
-        }
-    };
-    static const Card card;
-    REQUIRE(pFar == nullptr);
+    static const TemporaryCard card;
+    static const bool isLaidOut = [] {
+        card.identify();
+        card.write("DCIM/100MOXEL/MOXE0001.MP4", "12345");
+        card.write("DCIM/100MOXEL/MOXE0002.JPG", "123");
+        return true;
+    }();
+    REQUIRE(isLaidOut && pFar == nullptr);
     g_logLevel = input.number(1) % UTIL_LOG_LEVEL_LAST;
     pFar = this;
 }

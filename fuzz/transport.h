@@ -38,8 +38,11 @@ struct Input {
 
     uint32_t number(size_t width);
     Frame frame();
-    /** A frame as text, up to its first zero. */
-    std::string text();
+    std::string text(); ///< a frame as text, up to its first zero
+    Bytes block() const ///< all of the rest, in a block of exactly its size
+    {
+        return {rest.begin(), rest.end()};
+    }
 };
 
 /**

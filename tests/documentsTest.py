@@ -1,16 +1,11 @@
 """
 Runs the commands that the documents show and compares what they print. Arguments: folder of the programs, root of the
-project, then unittest's. In place of the folder the script `run`: it runs the commands of README alone, on the card at
-/tmp/fuse_d.
+project, then unittest's. In place of the folder the script `run`: it runs README's commands alone, on /tmp/fuse_d.
 
-A console block, in a man page one between .EX and .EE, holds lines "$ command", each with its output behind it. A
-command that ends in a backslash goes on in the next line. Words behind a prompt are what is typed. A block with a name
-behind its language, or behind .EX, is a file. The commands of a document run one after the other in one shell, in a
-folder of its own, with a card of its own in place of /tmp/fuse_d, a free port in place of 8080 and a channel of its own
-in place of that of user 1000. What can't be the same twice counts as equal: the date of the build, the card's random
-identity and times taken. Carriage returns, colours and empty lines at the end, which a page can't show, are left out,
-and what the shell says of a camera that was made to die.
-All other bytes count.
+A console block, in a man page one between .EX and .EE, holds lines "$ command", each with its output behind it; one
+that ends in a backslash goes on in the next line. Words behind a prompt are what is typed. A block with a name behind its
+language, or behind .EX, is a file. The commands of a document run in one shell, in a folder with a card, a port and a
+channel of their own in place of those shown. EQUAL has what need not be printed as it is shown; all other bytes count.
 """
 import os
 import pathlib
@@ -40,8 +35,8 @@ PROMPT = re.compile(r"^(> |Enter [^\n]*?: )(.*)\n", re.M)
 
 def commands(text):
     """Pairs of a command and its output."""
-    for block in re.findall(r"^```console\n(.*?)^```$", text, re.M | re.S):
-        yield from re.findall(r"^\$ ((?:.*\\\n)*.*)\n((?:(?!\$ ).*\n)*)", block, re.M)
+    return [pair for block in re.findall(r"^```console\n(.*?)^```$", text, re.M | re.S)
+            for pair in re.findall(r"^\$ ((?:.*\\\n)*.*)\n((?:(?!\$ ).*\n)*)", block, re.M)]
 
 
 def step(command, output):
@@ -59,15 +54,15 @@ def run(text):
         with socket.create_server(("127.0.0.1", 0)) as free:
             port = str(free.getsockname()[1])
         os.mkdir(f"{folder}/bin")
-        os.symlink(PROGRAMS / "consoleAtCard", f"{folder}/bin/mxMediaRTOSDBTestApp")
-        os.symlink(PROGRAMS / "rtosMediaDBSim", f"{folder}/bin/rtosMediaDBSim")
+        for program, name in (("consoleAtCard", "mxMediaRTOSDBTestApp"), ("rtosMediaDBSim", "rtosMediaDBSim")):
+            os.symlink(PROGRAMS / program, f"{folder}/bin/{name}")
         for name, content in re.findall(r"^```[a-z]+ (\w[\w.]*)\n(.*?)^```$", text, re.M | re.S):
             pathlib.Path(folder, name).write_text(content)
             pathlib.Path(folder, name).chmod(0o755)
         before = SERVE if "$ ./run" in text and not SCRIPT else []
         script = FUNCTIONS + "".join(step(*pair) for pair in [*before, *commands(text)])
-        environment = dict(os.environ, PATH=f"{folder}/bin:{os.environ['PATH']}",
-                           MXIPC_DIR=f"{folder}/ipc", TEST_CARD=f"{folder}/card/")
+        environment = dict(os.environ, PATH=f"{folder}/bin:{os.environ['PATH']}", MXIPC_DIR=f"{folder}/ipc",
+                           TEST_CARD=f"{folder}/card/")
         script = script.replace(CARD, f"{folder}/card").replace(PORT, port)
         script = script.replace("./run", str(PROGRAMS if SCRIPT else "mxMediaRTOSDBTestApp"))
         with open(f"{folder}/output", "w+", newline="") as output:
@@ -78,25 +73,22 @@ def run(text):
         return printed.split("\1\n")[len(before):-1]
 
 
-def plain(text):
-    for pattern, same in EQUAL:
-        text = re.sub(pattern, same, text, flags=re.M)
-    return text
-
-
 class Documents(unittest.TestCase):
     def test_document_shows_what_is_not_printed(self):
         others = [ROOT / "simulator/README.md", *sorted((ROOT / "docs").glob("*.*"))]
         for document in [ROOT / "README.md", *([] if SCRIPT else others)]:
             text = document.read_text().replace(".EX\n", "```console\n").replace(".EX ", "```json ")
             text = text.replace(".EE\n", "```\n").replace("\\-", "-")
-            shown = list(commands(text))
+            shown = commands(text)
             self.assertEqual(len(re.findall(r"^ *\$ ", text, re.M)), len(shown), f"{document.name}: one is not run")
             printed = run(text) if shown else []
             self.assertEqual(len(printed), len(shown), f"{document.name}: {printed[-1:]}")
             for (command, output), actual in zip(shown, printed):
+                texts = PROMPT.sub(r"\1", output), actual
+                for pattern, same in EQUAL:
+                    texts = [re.sub(pattern, same, text, flags=re.M) for text in texts]
                 with self.subTest(document=document.name, command=command):
-                    self.assertEqual(plain(PROMPT.sub(r"\1", output)), plain(actual))
+                    self.assertEqual(*texts)
 
 
 if __name__ == "__main__":

@@ -19,7 +19,7 @@ CHANNEL = tempfile.TemporaryDirectory()  # the path of a socket is short
 ENVIRONMENT = dict(os.environ, MXIPC_DIR=CHANNEL.name, PATH=f"{WORK}/tools:{os.environ['PATH']}:/usr/sbin:/sbin")
 PROGRAMS = {"contentInfo": ("cc", ["100MOXEL", "MOXE0001.MP4"], "type 0, 4096 bytes, 3 highlights\n"),
             "walkCatalogue": ("c++", [], "\n100MOXEL/MOXE0003.MP4 10255 bytes, 4 files\n")}
-SYNOPSIS, *LINKS = [  # with the library in the loader's path, with the shared library, with the archive
+LINKS = [  # with the library in the loader's path, with the shared library, with the archive
     re.sub(r"\\fIprogram\\f[BP].c", "%s", shown).replace("\\-", "-").replace("\\e", "\\") for shown in
     re.findall(r"^\.(?:B |EX\n)(cc .*?)^\.", (SOURCE / "docs/libmxMediaRTOSDB.3").read_text(), re.M | re.S)]
 LARGEST = 256 * 1024  # bytes of program and library together, stripped
@@ -76,16 +76,14 @@ class Installed(unittest.TestCase):
     def test_outsiders_can_not_build_against_it(self):
         run("cmake", "-S", EXAMPLES, "-B", WORK / "examples", f"-DCMAKE_PREFIX_PATH={TREE}")
         run("cmake", "--build", WORK / "examples")
-        for suffix, link in zip(("", "Static"), LINKS, strict=True):
+        for suffix, link in zip(("Found", "", "Static"), LINKS, strict=True):
+            path = self.library.parent if suffix == "Found" else ""
             for name, (compiler, words, expected) in PROGRAMS.items():
                 command = link % f"{EXAMPLES}/{name}.c* -o {name}{suffix}"
                 run("sh", "-c", command.replace("cc", compiler, 1))
-                for built in (WORK / (name + suffix), WORK / "examples" / (name + suffix)):
-                    self.assertIn(expected, run(built, *words))
-                    self.assertEqual("libmxMediaRTOSDB.so.0" in dynamic(built, "NEEDED"), not suffix)
-        run("sh", "-c", SYNOPSIS % f"{EXAMPLES}/contentInfo.c -o found")
-        _, words, expected = PROGRAMS["contentInfo"]
-        self.assertIn(expected, run("env", f"LD_LIBRARY_PATH={self.library.parent}", WORK / "found", *words))
+                for built in filter(os.path.exists, (WORK / (name + suffix), WORK / "examples" / (name + suffix))):
+                    self.assertIn(expected, run("env", f"LD_LIBRARY_PATH={path}", built, *words))
+                    self.assertEqual("libmxMediaRTOSDB.so.0" in dynamic(built, "NEEDED"), suffix != "Static")
 
     def test_stand_ins_reach_a_camera(self):
         for component in ("console", "library"):
@@ -99,63 +97,34 @@ class Installed(unittest.TestCase):
         self.assertEqual(set(pages), CALLS | {"libmxMediaRTOSDB", CONSOLE.name, SIMULATOR.name})
         for page in pages.values():
             self.assertEqual(run("groff", "-man", "-Tutf8", "-ww", "-z", page, cwd=TREE / "share/man"), "", page)
-        page = pages["libmxMediaRTOSDB"]
-        example = page.read_text().split(".EX\n")[1].split(".EE")[0]
-        self.assertEqual(re.sub(r"\\([-e])", lambda found: found[1].replace("e", "\\"), example),
-                         (EXAMPLES / "contentInfo.c").read_text())
-        shown = run("groff", "-man", "-Tascii", "-P-cbou", page)
-        self.assertLessEqual(CALLS, set(re.findall(r"\w+", shown.split("SYNOPSIS")[0])))
-        self.assertLessEqual(max(map(len, shown.splitlines())), 80)
+        self.assertEqual(prototypes(pages["libmxMediaRTOSDB"].read_text()), prototypes(HEADER))
         told = pages[SIMULATOR.name].read_text().replace("\\-", "-")
         self.assertEqual(*(set(re.findall(r"--[a-z-]+[a-z]", text)) for text in (told, run(SIMULATOR, "--help"))))
         completion = next(TREE.rglob("completions/*")).read_text().replace("filterOperation", "query")
         values = dict(re.findall(r"^ +\[(\w+)\]='(.*)'$", completion.replace("logLvl", "log_lvl"), re.M))
         told = pages[CONSOLE.name].read_text().split("QUERIES")[0]
         self.assertEqual(dict(re.findall(r'^\.TP\n\.BI? "?(\w+)[ "]*([\w ]*)', told, re.M)), {**values, "exit": ""})
-        table = (SOURCE / "README.md").read_text().split("| Word ")[1].split("\n\n")[0]
-        self.assertEqual(sorted(re.findall(r"`(\w+)`", table)), sorted(values))
-        self.assertEqual(prototypes(page.read_text()), prototypes(HEADER))
-        wire, constants = (SOURCE / "docs/wire.md").read_text(), re.findall(r"(DB_\w+) = (\d+)", HEADER)
-        self.assertEqual(set(re.findall(r"`(DB_COMMAND\w+)` \| (\d+)", wire)),
-                         {row for row in constants if "COMMAND" in row[0]})
-        sizes = re.findall(r"^DB_ASSERT_SIZE\((\w+), (\w+)\)", HEADER, re.M)
-        self.assertEqual(dict(re.findall(r"^(db_\w+) += [^(]*\(.*?(\d+)\)$", wire, re.M)),
-                         {record: dict(constants).get(size, size) for record, size in sizes})
-
-    def test_document_leads_nowhere(self):
-        documents = list((TREE / "share/doc").rglob("*.md"))
-        self.assertEqual({path.name for path in SOURCE.glob("docs/*.md")} - {path.name for path in documents}, set())
-        for document in documents:
-            for link in re.findall(r"\]\((?!https?:)([^)#]+)", document.read_text()):
-                self.assertTrue((document.parent / link).exists(), (document, link))
 
     def test_completion_offers_what_is_not_there_or_runs_a_name(self):
-        empty, strange = CARD / "DCIM/200MOXEL", CARD / "DCIM/103M3D_L/$(touch ran)0001.MP4"
-        empty.mkdir()
-        strange.touch()
+        (CARD / "DCIM/200MOXEL").mkdir()
+        (CARD / "DCIM/103M3D_L/$(touch ran)0001.MP4").touch()
         for words, offered in ((["g"], "gci|gumibyfile"), (["ci", ""], "100MOXEL|101MOXEL|102M3D_R|103M3D_L|200MOXEL"),
-                               (["ci", "'103"], "103M3D_L"), (["ci", "200MOXEL", ""], ""), (["ci", "NOMEDIA", ""], ""),
                                (["ci", "'103M3D_L'", ""], "MOXE0001.JPG|MOXE0002.JPG|MOXE0003.MP4"),
-                               (["mus", "100MOXEL", '"MOXE0001.'], "MOXE0001.MP4"), (["ci", "101MOXEL", "MOXE0019"], ""),
-                               (["ci", "101MOXEL", "S"], "SESS0012.MET|SESS0013.MET"), (["nonsense", ""], ""),
-                               (["cl", "1"], ""), (["ci", "100MOXEL", "M", "1"], "")):
+                               (["mus", "100MOXEL", '"MOXE0001.'], "MOXE0001.MP4"), (["ci", "200MOXEL", ""], "")):
             line = shlex.join([CONSOLE.name, *words])
             printed = run("bash", "-O", "failglob", "-uc", f"""source {next(TREE.rglob('completions/*'))}
                 _{CONSOLE.name}_card={CARD}/ COMP_WORDS=({line}); COMP_CWORD={len(words)}; _{CONSOLE.name}
                 printf '%s|' "${{COMPREPLY[@]}}" """)
             self.assertEqual(set(printed.split("|")), {"", *offered.split("|")}, words)
         self.assertFalse((WORK / "ran").exists())
-        empty.rmdir()
-        strange.unlink()
 
     def test_package_does_not_install_run_or_go_away(self):
         self.assertNotIn("Warning", run("cpack", "-B", WORK / "package", cwd=BUILD))
         package = next(WORK.glob("package/*.deb"))
-        for text in ("Package: mxmediartosdb\n", "Section: utils\n", "Description: console", "libc6 (", "libstdc++6 ("):
-            self.assertIn(text, run("dpkg-deb", "-f", package))
+        self.assertRegex(run("dpkg-deb", "-f", package, "Depends"), r"libc6 \(.*libstdc\+\+6 \(")
         self.assertIn("libmxMediaRTOSDB 0 mxmediartosdb (", run("dpkg-deb", "-I", package, "shlibs"))
-        (ROOT / "var/lib/dpkg/info").mkdir(parents=True)
-        (ROOT / "var/lib/dpkg/updates").mkdir()
+        for folder in ("info", "updates"):
+            (ROOT / "var/lib/dpkg" / folder).mkdir(parents=True)
         (ROOT / "var/lib/dpkg/status").touch()
         (WORK / "tools").mkdir()
         (WORK / "tools/ldconfig").symlink_to("/bin/true")  # the package calls it, and would touch this machine's cache
