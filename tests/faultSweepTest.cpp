@@ -39,7 +39,7 @@ static bool matches(const std::string &text, const std::string &pattern)
     return fnmatch(pattern.c_str(), text.c_str(), FNM_EXTMATCH) == 0;
 }
 
-// Whether one of the words, which stand between "|", is in a text.
+// Whether a text has one of the words, whole and in this order when there is a blank in it; "|" separates them.
 static bool has(const std::string &text, std::string_view words)
 {
     return matches(" " + text + " ", "*[ |]@(" + std::string(words) + ")[ |]*");
@@ -47,7 +47,7 @@ static bool has(const std::string &text, std::string_view words)
 
 // What a command may print otherwise because of a fault, and end well: the text between two others; "" is an end.
 struct Exception {
-    const char *pWords, *pFaults;
+    const char *pWords, *pFaults; // separated by "|", and by blanks
     std::string from, until;
 };
 static const Exception exceptions[] = {
@@ -92,9 +92,9 @@ static const End ends[] = {
 };
 
 struct ConsoleRun {
-    std::string_view fault;
-    int first;      // number of the failing call
-    bool once;      // those behind it do not fail
+    std::string_view fault; // the call that fails, "half" or "busy" for an answer that is
+    int first;              // number of the failing call
+    bool once;              // those behind it do not fail
     int wrongs = 0; // things not given back (channels, queues, blocks of the heap, descriptors), misuses of a channel
     int status = 0;
     std::string output = "";
@@ -106,6 +106,7 @@ static sim::Database *pDatabase = nullptr;
 static sim::Bytes request;
 static constexpr uint32_t openMark = 0x09E4;
 
+// Counts a call of the product. Whether it is to fail.
 static bool fails(std::string_view call)
 {
     if (!std::exchange(productRuns, false)) {
@@ -146,10 +147,8 @@ WRAP(int, mkdir, (const char *pPath, mode_t mode), fails("mkdir") ? -1 : __real_
 WRAP(int, stat, (const char *pPath, struct stat *pState), fails("stat") ? -1 : __real_stat(pPath, pState))
 WRAP(
     int, scandir64,
-    (const char *pPath, dirent64 ***pppNames, int (*filter)(const dirent64 *), decltype(alphasort64) *compare),
-    fails("scandir") ? -1 : [](int n) {
-        return hold(n, n < 0 ? 0 : n + 1);
-    }(__real_scandir64(pPath, pppNames, filter, compare)))
+    (const char *pPath, dirent64 ***pNames, int (*take)(const dirent64 *), decltype(&alphasort64) order),
+    fails("scandir") ? -1 : [](int n) { return hold(n, n + 1); }(__real_scandir64(pPath, pNames, take, order)))
 WRAP(tm *, localtime, (const time_t *pTime), fails("localtime") ? nullptr : __real_localtime(pTime))
 WRAP(tm *, gmtime, (const time_t *pTime), fails("gmtime") ? nullptr : __real_gmtime(pTime))
 WRAP(char *, asctime, (const tm *pTime), fails("asctime") ? nullptr : __real_asctime(pTime))
