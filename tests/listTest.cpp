@@ -215,7 +215,7 @@ TEST_F(MediaList, FailedExchangeMisjudgedOrRetriedTooOften)
             EXPECT_EQ(paged ? answer(dbGetPagedList, 99, 10, 0, 0, 0) : answer(generateMediaList, "all"),
                       answerOf(500, paged && aboutChapters ? "]}" : ""));
             const std::string retry = "WARN error on IPC received, retrying, " + words + "\n|";
-            const std::string prefix = aboutChapters && !paged && step.sendResult < 0 ? "ERROR MEDIADB " : "ERROR ";
+            const std::string prefix = aboutChapters && !paged && step.sent < 0 ? "ERROR MEDIADB " : "ERROR ";
             EXPECT_EQ(joined(effectsOf("sleep")) + joined(effectsOf("WARN")) + joined(effectsOf("ERROR")),
                       times(11, "sleep 100000|") + times(11, retry) + prefix + "error on IPC received, exiting, " +
                           words + "\n|");
