@@ -92,10 +92,8 @@ static void expectOutput(const std::string &head, std::string expected)
     const size_t answersAt = head.find(" <-");
     const bool interactive = head.starts_with("> ");
     std::string input = written(head.substr(interactive ? 2 : 0, answersAt - (interactive ? 2 : 0)));
-    if (interactive) {
-        expected =
-            "Created now, DB VERSION 4\nSending to Media RTOS DB - NOT SIMULATED (\"exit\" to quit):\n> " + expected;
-    }
+    const char *pStart = "Created now, DB VERSION 4\nSending to Media RTOS DB - NOT SIMULATED (\"exit\" to quit):\n> ";
+    expected.insert(0, interactive ? pStart : "");
     std::istringstream given(answersAt == head.npos ? "" : head.substr(answersAt + 3));
     uint32_t answers[20] = {};
     std::for_each(answers, std::end(answers), [&given](uint32_t &answer) { given >> answer; });
