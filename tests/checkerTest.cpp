@@ -141,7 +141,7 @@ TEST(Checker, FaultPassedOrMisreported)
         {5, [] { ++world.items[2].first.creation_time; }, compare + "2 does not match.\n"},
         {5, [] { world.items[1].first.file_name = "Q"; }, compare + "1 does not match.\n"},
         {5, [] { world.items[1].first.dir_name = "d"; }, compare + "1 does not match.\n"},
-        {5, [] { gIdx = 4, verifyItemForward(nullptr, &world.items[0].first); }, compare + "4 does not match.\n"},
+        {5, [] { gIdx = ~0u, verifyItemForward(nullptr, &world.items[0].first); }, compare + "-1 does not match.\n"},
         {7, [] { verifyFileBefore(nullptr, "d", "f"); }, find + "d/f for item -1.\n"},
         {7, [] { gFileMap.erase("100MOXEL/MOXE0001.JPG"); },
          "it != gFileMap.end() failed\nMissing file 100MOXEL/MOXE0001.JPG in global file map.\n"},

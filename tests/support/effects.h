@@ -17,13 +17,29 @@ using Lines = std::vector<std::string>;
  * All effects since the last clear: "init", "send", "receive", "destroy", "sleep 100000", and log lines as
  * "ERROR text", "WARN text", "DEBUG text", without the place; other syslog lines as "syslog 7: text".
  */
-Lines &effects();
+inline Lines &effects()
+{
+    static Lines lines;
+    return lines;
+}
 
 /** The effects that begin with `prefix`, "ERROR" for instance. */
-Lines effectsOf(const std::string &prefix);
+inline Lines effectsOf(const std::string &prefix)
+{
+    Lines found = effects();
+    std::erase_if(found, [&prefix](const std::string &line) { return !line.starts_with(prefix); });
+    return found;
+}
 
 /** Lines in one text, each with a "|" behind it. */
-std::string joined(const Lines &lines = effects());
+inline std::string joined(const Lines &lines = effects())
+{
+    std::string text;
+    for (const std::string &line : lines) {
+        text += line + "|";
+    }
+    return text;
+}
 
 /** Text as printf makes it, up to 999 characters. */
 template <typename... Values>
