@@ -212,4 +212,7 @@ TEST(Scan, FileTakenOrPassedOverWronglyOrAStopNotHeard)
     EXPECT_EQ(scan(), "8 99 1337.2.0");
     EXPECT_NEAR(static_cast<double>(world.card.size()), 8000, 1) << "all of one folder but what brought the stop";
     EXPECT_EQ(scan(), "8 99 1337.2.0") << "the stop is forgotten";
+    std::filesystem::remove_all(card.path("DCIM"));
+    card.write("DCIM/notes.txt", "");
+    EXPECT_EQ(scan(), "0 0 1337.2.0") << "a card without folders is walked to its end";
 }

@@ -96,7 +96,6 @@ TEST(SimulatorReplay, DamagedRecordingIsTakenOrRefusedForAnotherReason)
         {begun + "Rcv :\n", "3: the message above is not whole"},
         {begun + "[00032/00063]:" + bytes, "3: bytes that do not go on with the message"},
         {snd + "[00000/01501]:", "2: a message of more than 1500 bytes"},
-        {snd + "[00000/0064]: 00", "2: not \"[offset/length]:\""},
         {snd + "[00000/00001]: 00 00", "2: too many bytes"},
         {"Rcv :\n", "1: an answer without a request"},
         {snd + "[00000/00001]: 00\n", "2: the recording ends without an exchange"},
