@@ -116,6 +116,19 @@ class Console(unittest.TestCase):
                 with self.subTest(case):
                     self.assertTrue(self.is_fair(*case, result=result), result)
 
+    def test_replay_prints_something_else(self):
+        words = [("list", ""), ("vid", *FILE), ("cc", "10")]
+        camera = Camera(self.folder, self.card)
+
+        def printed(*more):
+            return [re.sub(b"took [0-9:]+", b"", camera.open(*command, "1", *more).communicate()[0]) for command in words]
+        expected, recording = printed("2"), self.folder / "recording"
+        recording.write_bytes(b"".join(printed("6")))
+        camera.end()
+        camera.start("--replay", recording)
+        self.assertEqual([printed("2"), printed("2")], [expected, expected])
+        camera.end()
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -8,11 +8,13 @@
 #include <fnmatch.h>
 #include <map>
 #include <mqueue.h>
+#include <regex>
 #include <sstream>
 #include <sys/stat.h>
 #include <sys/time.h>
 
 #include "card.h"
+#include "commands.h"
 #include "consoleRun.h"
 #include "database.h"
 #include "effects.h"
@@ -324,8 +326,9 @@ TEST(FaultSweep, FaultThatIsPassedOverOrLeavesSomethingBehind)
         const auto buffers = std::ranges::count(clean.output, '\r') / 4 * (has(command, "pl") ? 1 : 3);
         EXPECT_TRUE(has(command, "cc") || clean.counts["calloc"] + clean.counts["new"] == buffers) << command;
         reached.insert(clean.counts.begin(), clean.counts.end());
+        int runs = 0;
         for (const auto &[fault, count] : clean.counts) {
-            for (int i = 0; i < 2 * count && !HasFailure(); ++i) {
+            for (int i = 0; i < 2 * count && !HasFailure(); ++i, ++runs) {
                 make(card, command, fault, i / 2 + 1, i % 2 == 0);
                 EXPECT_EQ(judged(command, clean), "")
                     << command << ": " << fault << " " << run.first << " of " << count
@@ -333,6 +336,10 @@ TEST(FaultSweep, FaultThatIsPassedOverOrLeavesSomethingBehind)
                     << run.output;
             }
         }
+        printf("%5d runs: %s\n", runs, command.c_str());
+    }
+    for (const consoleCommand &row : commandTable) {
+        EXPECT_TRUE(has(std::regex_replace(commands, std::regex(";"), " "), row.pWord)) << row.pWord << " is not run";
     }
     EXPECT_EQ(reached.size(), 25U) << "calls that can fail: " << testing::PrintToString(reached);
 }

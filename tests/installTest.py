@@ -104,6 +104,17 @@ class Installed(unittest.TestCase):
         values = dict(re.findall(r"^ +\[(\w+)\]='(.*)'$", completion.replace("logLvl", "log_lvl"), re.M))
         told = pages[CONSOLE.name].read_text().split("QUERIES")[0]
         self.assertEqual(dict(re.findall(r'^\.TP\n\.BI? "?(\w+)[ "]*([\w ]*)', told, re.M)), {**values, "exit": ""})
+        table = (SOURCE / "README.md").read_text().split("| Word ")[1].split("\n\n")[0]
+        self.assertEqual(sorted(re.findall(r"`(\w+)`", table)), sorted(values))
+        wire, constants = (SOURCE / "docs/wire.md").read_text(), re.findall(r"(DB_\w+) = (\d+)", HEADER)
+        self.assertEqual(set(re.findall(r"`(DB_COMMAND\w+)` \| (\d+)", wire)),
+                         {row for row in constants if "COMMAND" in row[0]})
+        sizes = re.findall(r"^DB_ASSERT_SIZE\((\w+), (\w+)\)", HEADER, re.M)
+        self.assertEqual(dict(re.findall(r"^(db_\w+) += [^(]*\(.*?(\d+)\)$", wire, re.M)),
+                         {record: dict(constants).get(size, size) for record, size in sizes})
+        for document in (TREE / "share/doc").rglob("*.md"):
+            for link in re.findall(r"\]\((?!https?:)([^)#]+)", document.read_text()):
+                self.assertTrue((document.parent / link).exists(), (document, link))
 
     def test_completion_offers_what_is_not_there_or_runs_a_name(self):
         (CARD / "DCIM/200MOXEL").mkdir()
