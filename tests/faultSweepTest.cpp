@@ -36,6 +36,7 @@ card list f=gumi&folder=100MOXEL&files=MOXE0009.MP4,MOXE9999.MP4; card pl 40 10 
 fresh pl 40 10 0 0 256; card cl 50; card cl 5 0 3 4; card cl 5 1000; half cl 5 0 1 4; card cc 9 1 4;
 typed|mus|100MOXEL|MOXE0001.MP4|7||lvl|4|list|||vid|100MOXEL|MOXE0001.MP4||hist|exit|;
 typed|ci|100MOXEL|MOXE0001.MP4|2|filebygumi|DB34CC88F77F968FB381768917156F63||lvl||)";
+
 static bool matches(const std::string &text, const std::string &pattern)
 {
     return fnmatch(pattern.c_str(), text.c_str(), FNM_EXTMATCH) == 0;
