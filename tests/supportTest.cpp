@@ -1,8 +1,11 @@
 // Log lines, reports, error names, daemon start-up and the identity of the card.
+#include <csignal>
 #include <cstdarg>
+#include <ctime>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <regex>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -16,9 +19,9 @@
 #include "utilLog.h"
 
 const uint32_t initialLevel = g_logLevel;
-static pid_t parent = 2;             // what the process is told of its parent
-static int forked = 1000;            // what it gets of a fork; 1000: the real thing
-static int zerosInFront, number = 3; // its random numbers
+static pid_t parent = 2;                 // what the process is told of its parent
+static int forked = 1000;                // what it gets of a fork; 1000: the real thing
+static int zerosInFront = 0, number = 3; // its random numbers
 
 /** Runs code in a child, which must end with this status and these words. */
 template <typename Run>
@@ -52,6 +55,11 @@ void syslog(int priority, const char *pFormat, ...)
     printf("%d ", priority);
     vprintf(pFormat, arguments);
     va_end(arguments);
+}
+
+void closelog()
+{
+    printf(">");
 }
 
 pid_t getppid() noexcept
@@ -89,26 +97,29 @@ TEST(UtilLog, LineOfWrongForm)
     EXPECT_EQ(logged(most + "m", long86), tag + most + " @" + long86 + ":7");
     EXPECT_EQ(logged("m", long419), tag + "m @" + long419 + ":7");
     EXPECT_EQ(logged("m", long419 + "n"), tag + "m ");
+    EXPECT_EQ(printedBy([] { util_log(UTIL_LOG_LEVEL_ERROR, 7, "s", "%lc", wint_t{0x110000}); }), tag) << "no format";
 }
 
 TEST(UtilLog, LevelGateOrTagWrong)
 {
     EXPECT_EQ(initialLevel, 2u);
-    for (int level = 0; const char *pTag : {"OFF  ", "FATAL", "ERROR", "WARN ", "DEBUG", "INFO ", "TRACE"}) {
-        util_log_set_level(static_cast<uint32_t>(level++));
-        util_log_set_level(7);
-        const std::string logged = printedBy([level, count = 0]() mutable {
-            for (const int of : {level, level - 1}) {
-                UTIL_LOG(of, "%d\n", ++count);
-            }
-        });
-        EXPECT_EQ(logged, formatted("3 UTIL_LOG_%s:1\n @supportTest:%d", pTag, __LINE__ - 3));
+    const char *tags[] = {"OFF  ", "FATAL", "ERROR", "WARN ", "DEBUG", "INFO ", "TRACE"};
+    for (int level = 0; level < 7; ++level) {
+        for (const uint32_t value : {static_cast<uint32_t>(level), 7u, UINT32_MAX}) {
+            util_log_set_level(value);
+        }
+        for (int of = 0, count = 0; of < 7; ++of) {
+            const std::string logged = printedBy([&] { UTIL_LOG(of, "%d\n", ++count); });
+            const std::string wanted = formatted("3 UTIL_LOG_%s:%d\n @supportTest:%d", tags[of], of + 1, __LINE__ - 1);
+            EXPECT_EQ(logged, of > level ? "" : wanted);
+            EXPECT_EQ(count, std::min(of, level) + 1);
+        }
     }
 }
 
 TEST(ReportsDeathTest, RoutedWrongly)
 {
-    // What is printed and logged, "<" opening the log, and what goes to the file.
+    // What is printed and logged, "<" opening and ">" closing the log, and what goes to the file.
     const auto expect = [](uint32_t word, const std::string &seen, const std::string &filed) {
         const TemporaryCard card;
         card.write("wifi_log.txt", "old ");
@@ -120,64 +131,79 @@ TEST(ReportsDeathTest, RoutedWrongly)
     const std::string a = formatted("\033[31mASSERT:tests/supportTest/report:%d:line == 0\n\033[0m", line);
     const std::string log = "<(null) 34 8 7 ", at = "Feb03 14:05:06 ";
     expect(0xFFFFFF07, "", "");
-    expect(8, log + a, "");
-    expect(0x6000000F, at + a + log + a, at + a);
-    expect(0x10, log + e + log + a, "");
-    expect(0x200000FF, log + e + log + a, at + e + at + a);
-    expectExit(report, 255, log + e + log + a); // without a card
+    expect(8, log + a + ">", "");
+    expect(0x6000000F, at + a + log + a + ">", at + a);
+    expect(0x10, log + e + ">" + log + a + ">", "");
+    expect(0x200000FF, log + e + ">" + log + a + ">", at + e + at + a);
+    expectExit(report, 255, log + e + ">" + log + a + ">"); // without a card
 }
 
 TEST(Texts, RowLostOrBlankWrong)
 {
-    EXPECT_EQ(formatted("%s %s", mxErrnoToStr(-13), mxErrnoToStr(-100)), "UNKNOWN MX_ERR_DOWNLOAD_FAILED");
+    std::string codes, texts;
+    for (const auto &[pName, code] : mxErrnoStrMap) {
+        EXPECT_STREQ(mxErrnoToStr(code), pName);
+        codes += formatted("%d ", code);
+    }
+    EXPECT_EQ(codes, "0 -1 -2 -3 -4 -5 -6 -7 -8 -9 -10 -11 -12 -14 -15 -16 -17 -101 -102 -103 -104 -100 ");
+    EXPECT_STREQ(mxErrnoToStr(-14), "MX_ERR_REMOTE_FILE_OPEN");
+    EXPECT_STREQ(mxErrnoToStr(-13), "UNKNOWN");
     EXPECT_EQ(mxModelToStr(0), nullptr);
-    EXPECT_EQ(formatted("%s|%s|%s", skipBlanks(" \tx "), skipBlanks("\t\n x"), skipBlanks("  ")), "x |\n x|(null)");
-    EXPECT_EQ(skipBlanks(nullptr), nullptr);
+    for (const char *pText : {" \tx ", "x", "\t\n x", "", "  ", static_cast<const char *>(nullptr)}) {
+        texts += formatted("%s|", skipBlanks(pText));
+    }
+    EXPECT_EQ(texts, "x |x|\n x|(null)|(null)|(null)|");
 }
 
 TEST(DaemonInitDeathTest, StepLeftOut)
 {
     rlimit limit;
     getrlimit(RLIMIT_CORE, &limit);
-    const auto expect = [](pid_t parentIs, pid_t forkGives, int coreDump, const std::string &seen) {
-        const auto start = [=] {
-            parent = parentIs;
-            forked = forkGives;
-            umask(027);
-            const int result = coreDump == 0 ? daemon_init() : daemon_init_ext(coreDump);
-            printf("%d in %s, leader %d, umask %o", result, std::filesystem::current_path().c_str(),
-                   getsid(0) == getpid(), umask(0));
-        };
-        expectExit(start, 0, seen);
+    const auto start = [&](pid_t parentIs, pid_t forkGives, int coreDump, bool refused = false) {
+        parent = parentIs;
+        forked = forkGives;
+        umask(027);
+        const rlimit none = {0, refused ? 0 : limit.rlim_max};
+        setrlimit(RLIMIT_CORE, &none);
+        if (refused && setuid(65534) == 0) {
+            prctl(PR_SET_DUMPABLE, 1); // the leak check of sanitizer builds needs it
+        }
+        const int ret = coreDump == 0 ? daemon_init() : daemon_init_ext(coreDump);
+        getrlimit(RLIMIT_CORE, &limit);
+        printf("%d in %s, leader %d, umask %o, dumps %d", ret, std::filesystem::current_path().c_str(),
+               getsid(0) == getpid(), umask(0), limit.rlim_cur == RLIM_INFINITY);
     };
-    const std::string here = " in " + std::filesystem::current_path().string(), daemon = ", leader 1, umask 0";
-    const std::string moved = (std::filesystem::exists("/tmp/fuse_b/") ? "0 in /tmp/fuse_b" : "-1" + here) + daemon;
+    const std::string here = std::filesystem::current_path(), daemon = ", leader 1, umask 0, dumps ";
     const std::string refusal = "daemon_init_ext: Error: unable to set core limit in order to generate core dump!";
-    const std::string start = limit.rlim_max == RLIM_INFINITY || geteuid() == 0 ? "" : refusal;
-    expect(2, 0, 0, "0 in /" + daemon);
-    expect(2, 0, 1, start + "daemon_init_ext: Note: Daemon can generate core dump." + moved);
-    expect(2, 5, 1, ""); // the parent ends
-    expect(2, -1, 1, "-1" + here + ", leader 0, umask 27");
-    expect(1, 0, 1, "0" + here + ", leader 0, umask 27");
+    const std::string moved = std::filesystem::exists("/tmp/fuse_b/") ? "0 in /tmp/fuse_b" : "-1 in " + here;
+    const std::string note = "daemon_init_ext: Note: Daemon can generate core dump." + moved + daemon;
+    const bool mayDump = limit.rlim_max == RLIM_INFINITY || geteuid() == 0;
+    const std::string left = " in " + here + ", leader 0, umask 27, dumps 0";
+    expectExit([&] { start(2, 0, 0); }, 0, "0 in /" + daemon + "0");
+    expectExit([&] { start(2, 0, 1); }, 0, mayDump ? note + "1" : refusal + note + "0");
+    expectExit([&] { start(2, 0, -1, true); }, 0, refusal + note + "0");
+    expectExit([&] { start(2, 5, 1); }, 0, ""); // the parent ends
+    expectExit([&] { start(2, -1, 1); }, 0, "-1" + left);
+    expectExit([&] { start(1, 0, 1); }, 0, "0" + left);
 }
 
-TEST(CardIdentity, FailureOrNumberDiffers)
+TEST(CardIdentityDeathTest, FailureOrNumberDiffers)
 {
     // A card with one file; what is said, the result, the identity, that of the next call; what stands on the card.
     const auto expect = [](const std::string &below, const std::string &content, const std::string &words,
                            const std::string &held, int zeros = 0, int first = 3) {
         const TemporaryCard card;
-        below.empty() ? void(std::filesystem::remove_all(card.path())) : card.write(below, content);
-        zerosInFront = zeros;
-        number = first;
-        char id[CARD_ID_BYTES] = "", again[CARD_ID_BYTES] = "";
-        testing::internal::CaptureStderr();
-        const int result = getCardIDStr(id);
-        const std::string said = testing::internal::GetCapturedStderr();
-        number = 1000;
-        const std::string next = result == 0 && getCardIDStr(again) == 0 ? again : "";
-        EXPECT_EQ(said + formatted("%d %s ", result, id) + next,
-                  std::regex_replace(words, std::regex("@"), card.path().string()));
+        card.write(below, content);
+        const auto identify = [&] {
+            zerosInFront = zeros;
+            number = first;
+            char id[CARD_ID_BYTES] = "", again[CARD_ID_BYTES] = "";
+            const int descriptor = nextDescriptor(), result = getCardIDStr(id);
+            printf("%s%d %s ", nextDescriptor() == descriptor ? "" : "left open: ", result, id);
+            number = 1000;
+            printf("%s", result == 0 && getCardIDStr(again) == 0 ? again : "");
+        };
+        expectExit(identify, 0, std::regex_replace(words, std::regex("@"), card.path().string()));
         EXPECT_EQ(card.read(below == "MISC" ? below : "MISC/card"), held);
     };
     const std::string long40(40, '7'), long31(31, '7');
@@ -188,6 +214,17 @@ TEST(CardIdentity, FailureOrNumberDiffers)
     expect("MISC/card", long40, "0 " + long31 + " " + long31, long40);
     expect("MISC/card/x", "", "Failed to create file  @MISC/card\n-1 0 ", "");
     expect("MISC", "mine", "Path:@MISC/ exists and is a NOT folder\n-1 0 ", "mine");
-    expect("", "", "Failed to create folder:@MISC/\n-1 0 ", "");
-    EXPECT_EQ(getCardIDStr(nullptr), -1);
+
+    char id[CARD_ID_BYTES] = "";
+    expectExit([] { exit(getCardIDStr(nullptr)); }, 255, "Cannot call with null pointer\n");
+    expectExit([&] { exit(getCardIDStr(id)); }, 255, "Failed to create folder:" + TemporaryCard::current + "MISC/\n");
+    const TemporaryCard full;
+    const auto identifyFull = [&] {
+        const rlimit none = {0, 0};
+        signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &none);
+        const std::string said = printedBy([&] { getCardIDStr((stderr = stdout, id)); });
+        exit(said + id != "Failed to get write card_id to file\n8");
+    };
+    expectExit(identifyFull, 0, "");
 }
