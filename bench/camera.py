@@ -16,10 +16,16 @@ SIMULATOR = BUILD / "bin/rtosMediaDBSim"
 MOUNT_POINT = pathlib.Path("/tmp/fuse_d")
 
 
-def enter_own_namespace():
-    """Starts this program anew where it can mount a card without anybody else seeing it."""
+def enter_own_namespace(*packages):
+    """
+    Starts this program anew where it can mount a card without anybody else seeing it. The packages that it needs are
+    installed before, as in there every user seems to be root.
+    """
     if "BENCH_NAMESPACE" in os.environ:
         return
+    lists = " ".join(f"${{{name}[@]}}" for name in ("packages_build", *packages))
+    if subprocess.run(["bash", "-c", f"source {ROOT}/scripts/packages.sh && need_packages {lists}"]).returncode != 0:
+        sys.exit(1)
     options = "-m" if os.geteuid() == 0 else "-rm"
     if subprocess.run(["unshare", options, "true"]).returncode != 0:
         sys.exit("This needs a mount namespace of its own: run it as root.")
@@ -35,12 +41,11 @@ def run(*words, **more):
     return subprocess.run([str(word) for word in words], check=True, **more)
 
 
-def build(*packages):
-    """Builds the release and the bench's own programs. Gives the folder of the latter."""
-    lists = " ".join(f"${{{name}[@]}}" for name in ("packages_build", *packages))
-    run("bash", "-c", f"source {ROOT}/scripts/packages.sh && need_packages {lists}")
+def build():
+    """Builds the release, the console for a camera and the bench's own programs. Gives the folder of the latter."""
+    compilers = dict(os.environ, CC="gcc", CXX="g++")  # where a preset leaves the choice
     for preset, built in (("release", BUILD), ("camera", FOR_CAMERA)):
-        run("cmake", "--preset", preset, "-B", built, cwd=ROOT, stdout=subprocess.DEVNULL)
+        run("cmake", "--preset", preset, "-B", built, cwd=ROOT, env=compilers, stdout=subprocess.DEVNULL)
         run("cmake", "--build", built, stdout=subprocess.DEVNULL)
     compile_c = ["gcc", "-std=c11", "-D_GNU_SOURCE", "-O2", "-Wall", "-Wextra", f"-I{ROOT}/platform"]
     transport = [f"-L{BUILD}/lib", "-lmxipc", f"-Wl,-rpath,{BUILD}/lib"]
@@ -64,6 +69,7 @@ def workplace():
         run("cmake", "--install", built, "--prefix", prefix, "--component", component, stdout=subprocess.DEVNULL)
     cache, folders = folder / "ld.so.cache", folder / "ld.so.conf"
     folders.write_text(f"include /etc/ld.so.conf\n{next(desktop.rglob('libmxipc.so')).parent}\n")
+    run("mount", "-t", "tmpfs", "ldconfig", "/var/cache/ldconfig")  # where it writes, too
     run("/sbin/ldconfig", "-X", "-C", cache, "-f", folders)
     run("mount", "--bind", cache, "/etc/ld.so.cache")
     return folder
@@ -118,7 +124,8 @@ class Camera:
         """Runs the console. False: a call failed, whose result is negative."""
         self.bind()
         words = map(str, [*before, self.console, *words])
-        return subprocess.run(words, env=dict(self.environment, **more), capture_output=True).returncode < 128
+        # valgrind passes the folder that it is called in on to the console, where its length would move the stack.
+        return subprocess.run(words, env=dict(self.environment, **more), capture_output=True, cwd="/").returncode < 128
 
     def record(self, recorder, path, *words):
         """Writes down a run's exchanges; gives their number."""

@@ -14,7 +14,7 @@ file(RELATIVE_PATH MX_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 # it is the working directory. A link in the build's folder leads to the stand-ins as well.
 set_target_properties(mxMediaRTOSDBTestApp mxMediaRTOSDBShared PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 if(MX_STAND_IN_PATH)
-    # A camera does without: the loader would look through some 20 folders that are not there before its own cache.
+    # A camera does without: some 20 system calls for folders that are not there, before the loader's cache is asked.
     set_target_properties(mxMediaRTOSDBTestApp PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromPrograms}")
     set_target_properties(mxMediaRTOSDBShared PROPERTIES INSTALL_RPATH "$ORIGIN/${standInsFromLibrary}")
 endif()

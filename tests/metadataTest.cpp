@@ -1,6 +1,7 @@
 // Whole documents about one file, and the failures that leave only a head.
 #include <regex>
 
+#include "fieldFormatters.h"
 #include "listing.h"
 
 static Bytes gumi(db_content_type type, uint32_t properties = 0)
@@ -123,4 +124,18 @@ TEST_F(Metadata, FailureAnsweredInPartOrGoneOn)
     for (const auto &[query, exchanges, expected] : cases) {
         EXPECT_EQ(reply(query, exchanges), expected) << query;
     }
+}
+
+TEST(FieldFormatters, MissingRecordWritesOrNameAndTimeDoNot)
+{
+    mxMediaDBOutput output;
+    ASSERT_EQ(mxMediaDBOutputCtor(&output, nullptr), 0);
+    db_content_info info = contentInfo(4, fileSpec("100MOXEL", "MOXE0005.JPG"), 2, 0);
+    info.modification_time = UINT32_MAX;
+    int status = formatContentInfo(&output, FIELD_N | FIELD_MOD, nullptr);
+    status |= formatMoreInfo(&output, FIELD_ALL, "", nullptr) | formatVideoInfo(&output, FIELD_LS, ",", nullptr);
+    status |= formatContentInfo(&output, FIELD_N | FIELD_MOD, &info);
+    EXPECT_EQ(status, 200);
+    EXPECT_STREQ(output.localEntryBuffer, R"("n":"MOXE0005.JPG","mod":"4294967295")");
+    mxMediaDBOutputDtor(&output);
 }

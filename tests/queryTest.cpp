@@ -4,6 +4,7 @@
 #include "effects.h"
 #include "mediaListQuery.h"
 #include "metadataQuery.h"
+#include "queryString.h"
 #include "utilLog.h"
 
 using Parser = int(const char *, int, mediaQuerySettings *);
@@ -135,4 +136,16 @@ TEST(Query, SettingsLoggedOtherwise)
               "DEBUG pSettings->newUploadStatus = 0x00000000|DEBUG pSettings->dirName = 'a'|"
               "DEBUG pSettings->fileName = 'b'|DEBUG pSettings->whitelistMask = 0x00000000|"
               "DEBUG pSettings->unsupported = ''|");
+}
+
+TEST(Query, ValueIsDecodedOtherwise)
+{
+    char text[8] = "before";
+    EXPECT_EQ(queryGetFirstValue("t=1", 3, "t", text, 0), QUERY_VALUE_TOO_LONG);
+    EXPECT_STREQ(text, "before");
+    EXPECT_EQ(queryGetFirstValue("xt=2&T=12%41", 11, "t", text, sizeof text), 4) << "looks beyond the length";
+    EXPECT_STREQ(text, "12%4");
+    EXPECT_EQ(queryDecode("a+b%41", 6, text, 5, false), 4);
+    EXPECT_STREQ(text, "a+bA");
+    EXPECT_EQ(queryDecode("a+b%41", 6, text, 4, true), -1);
 }
