@@ -66,10 +66,13 @@ TEST(SimulatorFaults, AnotherRequestIsHitOrInAnotherForm)
 {
     // Of each request the length of its answer, with a "!" when it is no good one as far as it goes; "-" if there is
     // none. Then how many requests were carried out.
+    const sim::Breakdown silent = {sim::Moment::afterReading, 6};
+    const std::chrono::hours hour(1);
     const std::pair<sim::FaultSettings, std::string> rows[] = {
         {{.busy = 2, .drop = 5, .truncate = 3, .garble = 7}, "24 20! 13 20! - 14! 24! of 3"},
         {{.busy = 0, .truncate = 1, .seed = 2}, "17 8 12 10 14 17 7 of 7"},
         {{.empty = {2, true}, .tooLong = 3}, "24 0 1501 24 24 1501 24 of 7"},
+        {{.twice = 3, .delay = {2, true}, .delayTime = hour, .breakdown = silent}, "24 late 24 +24 24 24 - 24 of 6"},
     };
     const db_request_header request = {DB_COMMAND_LIST, 1, 7};
     sim::Message good = sim::plainAnswer(sim::bytesOf(request), DB_STATUS_OK);
@@ -82,10 +85,27 @@ TEST(SimulatorFaults, AnotherRequestIsHitOrInAnotherForm)
             const auto delivery = faults.deliver(sim::bytesOf(request), [&](auto) { return ++carriedOut, good; });
             const sim::Bytes bytes = delivery.message.bytes();
             const bool isGood = memcmp(bytes.data(), good.bytes().data(), std::min(bytes.size(), good.size())) == 0;
+            seen += std::string(delivery.copies - 1, '+') + (delivery.delay.count() > 0 ? "late " : "");
             seen += delivery.answered ? std::to_string(bytes.size()) + (isGood ? " " : "! ") : "- ";
         }
         EXPECT_EQ(seen + "of " + std::to_string(carriedOut), outcome);
     }
+}
+
+TEST(SimulatorReplay, AnswersOfEqualRequestsOrTheirTokensMixedUp)
+{
+    const std::string asked = "Snd :\n[00000/00012]: 0A 00 00 00  01 00 00 00   11 11 11 11\n";
+    const std::string answer(" 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 11 11 11 11");
+    const std::string first = "Rcv :\n[00000/00020]:" + answer, second = "Rcv :\n[00000/00021]:" + answer + " 00";
+    sim::Replay replay = sim::parseReplay(asked + first + "\n" + asked + second, "file");
+    for (const size_t size : {20U, 21U, 20U}) {
+        const std::optional<sim::Message> got = replay.answer(sim::bytesOf(db_request_header{10, 1, 0x22222222}));
+        ASSERT_TRUE(got && got->size() == size);
+        EXPECT_EQ(got->bytes()[16], 0x22);
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(replay.answer(sim::bytesOf(db_request_header{9, 1, 0}))->bytes()[4], DB_STATUS_FAILURE);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("not in the recording"), std::string::npos);
 }
 
 TEST(SimulatorReplay, DamagedRecordingIsTakenOrRefusedForAnotherReason)

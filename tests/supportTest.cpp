@@ -1,7 +1,6 @@
 // Log lines, reports, error names, daemon start-up and the identity of the card.
 #include <csignal>
 #include <cstdarg>
-#include <ctime>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <regex>
@@ -97,23 +96,20 @@ TEST(UtilLog, LineOfWrongForm)
     EXPECT_EQ(logged(most + "m", long86), tag + most + " @" + long86 + ":7");
     EXPECT_EQ(logged("m", long419), tag + "m @" + long419 + ":7");
     EXPECT_EQ(logged("m", long419 + "n"), tag + "m ");
-    EXPECT_EQ(printedBy([] { util_log(UTIL_LOG_LEVEL_ERROR, 7, "s", "%lc", wint_t{0x110000}); }), tag) << "no format";
 }
 
 TEST(UtilLog, LevelGateOrTagWrong)
 {
     EXPECT_EQ(initialLevel, 2u);
-    const char *tags[] = {"OFF  ", "FATAL", "ERROR", "WARN ", "DEBUG", "INFO ", "TRACE"};
-    for (int level = 0; level < 7; ++level) {
-        for (const uint32_t value : {static_cast<uint32_t>(level), 7u, UINT32_MAX}) {
-            util_log_set_level(value);
-        }
-        for (int of = 0, count = 0; of < 7; ++of) {
-            const std::string logged = printedBy([&] { UTIL_LOG(of, "%d\n", ++count); });
-            const std::string wanted = formatted("3 UTIL_LOG_%s:%d\n @supportTest:%d", tags[of], of + 1, __LINE__ - 1);
-            EXPECT_EQ(logged, of > level ? "" : wanted);
-            EXPECT_EQ(count, std::min(of, level) + 1);
-        }
+    for (int level = 0; const char *pTag : {"OFF  ", "FATAL", "ERROR", "WARN ", "DEBUG", "INFO ", "TRACE"}) {
+        util_log_set_level(static_cast<uint32_t>(level++));
+        util_log_set_level(7);
+        const std::string logged = printedBy([level, count = 0]() mutable {
+            for (const int of : {level, level - 1}) {
+                UTIL_LOG(of, "%d\n", ++count);
+            }
+        });
+        EXPECT_EQ(logged, formatted("3 UTIL_LOG_%s:1\n @supportTest:%d", pTag, __LINE__ - 3));
     }
 }
 
