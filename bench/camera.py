@@ -3,6 +3,7 @@ import atexit
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -23,8 +24,10 @@ def enter_own_namespace(*packages):
     """
     if "BENCH_NAMESPACE" in os.environ:
         return
+    if re.search(r"[\s:,]", str(PROGRAMS)):
+        sys.exit(f"A blank, colon or comma is in {PROGRAMS}: name another folder by BENCH_BUILD.")
     lists = " ".join(f"${{{name}[@]}}" for name in ("packages_build", *packages))
-    if subprocess.run(["bash", "-c", f"source {ROOT}/scripts/packages.sh && need_packages {lists}"]).returncode != 0:
+    if subprocess.run(["bash", "-c", f"source scripts/packages.sh && need_packages {lists}"], cwd=ROOT).returncode != 0:
         sys.exit(1)
     options = "-m" if os.geteuid() == 0 else "-rm"
     if subprocess.run(["unshare", options, "true"]).returncode != 0:
@@ -43,7 +46,8 @@ def run(*words, **more):
 
 def build():
     """Builds the release, the console for a camera and the bench's own programs. Gives the folder of the latter."""
-    compilers = dict(os.environ, CC="gcc", CXX="g++")  # where a preset leaves the choice
+    # For the preset that leaves the choice, and without the flags of the caller.
+    compilers = dict(os.environ, CC="gcc", CXX="g++", CFLAGS="", CXXFLAGS="", LDFLAGS="")
     for preset, built in (("release", BUILD), ("camera", FOR_CAMERA)):
         run("cmake", "--preset", preset, "-B", built, cwd=ROOT, env=compilers, stdout=subprocess.DEVNULL)
         run("cmake", "--build", built, stdout=subprocess.DEVNULL)

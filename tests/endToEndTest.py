@@ -114,6 +114,9 @@ class Console(unittest.TestCase):
         self.assertEqual([self.whole[words][0] for words in COMMANDS], [0, 0, 1, 0, 0])
         self.assertGreater(min(self.exchanges.values()), 0)
         self.assertEqual(self.whole[COMMANDS[-1]][2], b"9", "an acknowledged status is lost")
+        for fault, where in (("--empty", "@1"), ("--too-long", "@1"), ("--delay", "250:@1")):
+            sent = self.met((*COMMANDS[0], "1", "6"), False, fault, where)[1].count(b"Snd :")
+            self.assertGreater(sent, self.exchanges[COMMANDS[0]], f"{fault} does nothing")
         cases = [(words, returns, fault, where.format(number)) for words in COMMANDS
                  for number in range(1, self.exchanges[words] + 1) for returns, fault, where in FAULTS]
         with concurrent.futures.ThreadPoolExecutor(10) as pool:
@@ -126,7 +129,7 @@ class Console(unittest.TestCase):
         camera = Camera(self.folder, self.card)
 
         def printed(*more):
-            return [re.sub(b"took [0-9:]+", b"", camera.open(*command, "1", *more).communicate()[0]) for command in words]
+            return [re.sub(b"took [0-9:]+", b"", camera.open(*each, "1", *more).communicate()[0]) for each in words]
         expected, recording = printed("2"), self.folder / "recording"
         recording.write_bytes(b"".join(printed("6")))
         camera.end()
