@@ -46,10 +46,10 @@ def run(*words, **more):
 
 def build():
     """Builds the release, the console for a camera and the bench's own programs. Gives the folder of the latter."""
-    # For the preset that leaves the choice, and without the flags of the caller.
-    compilers = dict(os.environ, CC="gcc", CXX="g++", CFLAGS="", CXXFLAGS="", LDFLAGS="")
+    compilers = dict(os.environ, CC="gcc", CXX="g++")  # for the preset that leaves the choice
+    own_flags = [f"-DCMAKE_{what}_FLAGS=" for what in ("C", "CXX", "EXE_LINKER", "SHARED_LINKER")]  # not the caller's
     for preset, built in (("release", BUILD), ("camera", FOR_CAMERA)):
-        run("cmake", "--preset", preset, "-B", built, cwd=ROOT, env=compilers, stdout=subprocess.DEVNULL)
+        run("cmake", "--preset", preset, *own_flags, "-B", built, cwd=ROOT, env=compilers, stdout=subprocess.DEVNULL)
         run("cmake", "--build", built, stdout=subprocess.DEVNULL)
     compile_c = ["gcc", "-std=c11", "-D_GNU_SOURCE", "-O2", "-Wall", "-Wextra", f"-I{ROOT}/platform"]
     transport = [f"-L{BUILD}/lib", "-lmxipc", f"-Wl,-rpath,{BUILD}/lib"]

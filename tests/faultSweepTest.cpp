@@ -323,7 +323,7 @@ TEST(FaultSweep, FaultThatIsPassedOverOrLeavesSomethingBehind)
         make(card, command);
         ConsoleRun clean = run;
         ASSERT_TRUE(clean.status >= 0 && judged(command, clean).empty()) << command << "\n" << clean.output;
-        // Of the heap only output buffers are taken: three for a document, which has four carriage returns.
+        // The product takes none of the heap but output buffers: three for a document, which has four carriage returns.
         const auto buffers = std::ranges::count(clean.output, '\r') / 4 * (has(command, "pl") ? 1 : 3);
         EXPECT_TRUE(has(command, "cc") || clean.counts["calloc"] + clean.counts["new"] == buffers) << command;
         reached.insert(clean.counts.begin(), clean.counts.end());
