@@ -32,16 +32,16 @@ bool debugGateAbove(uint32_t gate)
 // The copies of a report that bear a time stamp: standard output and the file on the card.
 __attribute__((format(printf, 1, 2))) void reportStamped(const char *pFormat, ...)
 {
-    char stamp[stampBytes] = "";
+    char stamp[stampBytes] = " ";
     time_t now = time(nullptr);
     const tm *pLocal = localtime(&now);
     if (pLocal != nullptr) {
-        strftime(stamp, sizeof stamp, "%b%d %H:%M:%S", pLocal);
+        strftime(stamp, sizeof stamp, "%b%d %H:%M:%S ", pLocal);
     }
     va_list arguments;
     if (g_debug_level & MXDEBUG_TO_STDOUT) {
         va_start(arguments, pFormat);
-        printf("%s ", stamp);
+        fputs(stamp, stdout);
         vprintf(pFormat, arguments);
         va_end(arguments);
     }
@@ -50,7 +50,7 @@ __attribute__((format(printf, 1, 2))) void reportStamped(const char *pFormat, ..
         FILE *pFile = fopen(cardPath(path, "wifi_log.txt"), "a+");
         if (pFile != nullptr) {
             va_start(arguments, pFormat);
-            fprintf(pFile, "%s ", stamp);
+            fputs(stamp, pFile);
             vfprintf(pFile, pFormat, arguments);
             va_end(arguments);
             fclose(pFile);

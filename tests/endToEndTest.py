@@ -89,9 +89,10 @@ class Console(unittest.TestCase):
         if fault in ("--die", "--silence"):
             # An exchange under way is made again, a document from its start; a walk finds no channel and ends.
             is_met_again = returns and (words[0] in DOCUMENTS or "reading" in where)
-            return is_met_again or where == f"after-answer:{self.exchanges[words]}"
-        # What is no answer is asked for again; a message of no bytes is one, and ends what is no document.
-        return fault != "--empty" or words[0] in DOCUMENTS
+            last = f"after-answer:{self.exchanges[words]}"
+            return is_met_again or where == last or (words[0] == "mus" and "mid-answer" in where)
+        # What is no answer is asked for again; a message of no bytes is one, and ends a walk.
+        return fault != "--empty" or words[0] in (*DOCUMENTS, "mus")
 
     def is_fair(self, words, *fault, result):
         """`cl` goes on after a call that failed, and prints fewer items; the others are whole or refused."""
