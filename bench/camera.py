@@ -1,5 +1,6 @@
 """What benchmarks and instruction counts share: programs, cards, simulated cameras, recordings."""
 import atexit
+import copy
 import json
 import os
 import pathlib
@@ -90,7 +91,6 @@ class Camera:
     def __init__(self, folder, name, items, core=None):
         self.card, self.channel, self.items = folder / f"card-{name}", folder / f"ipc-{name}", items
         self.console = folder / "bin/mxMediaRTOSDBTestApp"
-        self.desktop_console = folder / "desktop/bin/mxMediaRTOSDBTestApp"
         run(SIMULATOR, "--make-card", "--items", items, "--card", self.card)
         self.spread()
         (self.card / "MISC").mkdir()
@@ -102,6 +102,12 @@ class Camera:
         atexit.register(self.stop)
         if b"serving" not in self.simulator.stdout.readline():
             sys.exit("The simulated camera does not start.")
+
+    def on_desktop(self):
+        """The same, asked by a desktop's console."""
+        other = copy.copy(self)
+        other.console = self.card.parent / "desktop/bin" / self.console.name
+        return other
 
     def spread(self):
         """Halves the folders of 500 items: a full one is more than a document holds of one directory."""
