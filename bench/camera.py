@@ -52,7 +52,7 @@ def build():
     for preset, built in (("release", BUILD), ("camera", FOR_CAMERA)):
         run("cmake", "--preset", preset, *own_flags, "-B", built, cwd=ROOT, env=compilers, stdout=subprocess.DEVNULL)
         run("cmake", "--build", built, stdout=subprocess.DEVNULL)
-    compile_c = ["gcc", "-std=c11", "-D_GNU_SOURCE", "-O2", "-Wall", "-Wextra", f"-I{ROOT}/platform"]
+    compile_c = ["gcc", "-std=c11", "-D_GNU_SOURCE", "-O2", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/platform"]
     transport = [f"-L{BUILD}/lib", "-lmxipc", f"-Wl,-rpath,{BUILD}/lib"]
     for name, *options in [["empty"], ["measure"], ["exchange", *transport], ["record", "-shared", "-fPIC", "-ldl"]]:
         run(*compile_c, "-o", PROGRAMS / name, ROOT / "bench" / f"{name}.c", *options)

@@ -132,6 +132,7 @@ class Console(unittest.TestCase):
         def printed(*more):
             return [re.sub(b"took [0-9:]+", b"", camera.open(*each, "1", *more).communicate()[0]) for each in words]
         expected, recording = printed("2"), self.folder / "recording"
+        self.assertRegex(b"".join(expected), rb"(?s)\AHTTP/1.1 200 .*HTTP/1.1 200 (?!.*return(ed)? -1\n).*4...Done!")
         recording.write_bytes(b"".join(printed("6")))
         camera.end()
         camera.start("--replay", recording)
