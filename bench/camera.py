@@ -11,7 +11,7 @@ import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-BUILD = pathlib.Path(os.environ.get("BENCH_BUILD", ROOT / "build/release")).absolute()
+BUILD = pathlib.Path(os.environ.get("BENCH_BUILD", ROOT / "build/bench")).absolute()
 PROGRAMS = BUILD / "bench"
 FOR_CAMERA = PROGRAMS / "camera"
 SIMULATOR = BUILD / "bin/rtosMediaDBSim"

@@ -10,7 +10,7 @@
 #include "wireCursor.h"
 
 using Target = void(Input &);
-Target cahWalk, chapters, directCalls, mediaList, metadata, pagedList, typedResponses;
+Target cahWalk, chapters, directCalls, mediaList, metadata, pagedList, requests, typedResponses;
 
 // A reader and its input: messages at odd places, what stands around them at even ones.
 struct Reader {
@@ -25,6 +25,15 @@ void ladder(Input &input)
 {
     pReader->target(input);
 }
+
+// The simulated camera's reader, which takes its whole input for a request.
+static void cameraAsked(Input &input)
+{
+    const Bytes request = input.frame().bytes;
+    Input whole = {request};
+    requests(whole);
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pBytes, size_t size);
 
 static Bytes framed(const Bytes &bytes)
@@ -134,6 +143,19 @@ TEST(HostileLadder, ReadBeyondMessage)
     }
     for (uint8_t call = 0; const Bytes &answer : {content, oneVideo, gumi, more, done}) {
         readers.push_back({"typed response", typedResponses, {message(call++, plain), answer}});
+    }
+    const auto videoRequest = [](uint32_t count) {
+        Bytes bytes = message(db_request_header{DB_COMMAND_VIDEO_SPECIFIC_INFO, count, 1});
+        while (count-- != 0) {
+            bytes << message(fileSpec());
+        }
+        return bytes;
+    };
+    for (const Bytes &request :
+         {listRequest(20, 2, DB_LIST_OPTION_INCLUDE_GUMI, 0), fileRequest(DB_COMMAND_CONTENT_INFO), videoRequest(3),
+          videoRequest(DB_FILE_REQUEST_MAX_FILES), fileRequest(DB_COMMAND_GROUP_CONTENT_INFO),
+          message(fileRequest(DB_COMMAND_SET_UPLOAD_STATUS), 9)}) {
+        readers.push_back({"request", cameraAsked, {{}, request}, 130});
     }
     signal(SIGABRT, [](int) { fputs(current, stderr); });
     for (const Reader &reader : readers) {
