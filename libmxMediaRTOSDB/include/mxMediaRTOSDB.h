@@ -330,7 +330,8 @@ typedef struct cah_item_s cah_item_s;
 /*
  * Each call opens the channel, makes one exchange and closes the channel again; nothing is retried, no heap is used.
  * Result: 0, or a negative value: the channel's own when it can't be opened, else -1 unless told otherwise. On a
- * failure the out-parameters stay as they were and a log line says why. The first argument is ignored. A null in one
+ * failure the out-parameters stay as they were and a log line says why. A status that refuses is no failure of its own:
+ * a record that comes with it is taken as good, with a log line. The first argument is ignored. A null in one
  * of the pointers named as required is a failure; any other out-pointer may be null, and its record is then left out.
  */
 
@@ -415,7 +416,8 @@ int dbGetUploadStatusHistogram(uint32_t token, void *pUnused, struct db_upload_h
 /*
  * Each call prints one HTTP answer on standard output: the head with the status, and with status 200 the whole JSON
  * document. A failure prints no part of the document: the head alone, or behind it a list without entries. Result: 0
- * when the answer's status is 200, else -1. `outputHandle` is opaque and may be null.
+ * when the answer's status is 200, else -1. `outputHandle` is opaque and may be null. All but `dbGetPagedList` need the
+ * identity of the card, the file MISC/card on it, and make it when it is missing; without one the status is 404.
  */
 
 /**
@@ -435,7 +437,7 @@ int generateMediaList(void *outputHandle, const char *pQueryString);
 
 /**
  * A range of the card as one list. When the passes are used up by failures the answer has status 200, with what earlier
- * passes brought, or an empty list.
+ * passes brought, or an empty list. The empty list of a failure may have two closing brackets too many.
  * @param pUnused not read
  * @param numPages passes made at most, one page each; a failed one counts; below 1: none
  * @param itemPerPage items asked for in each
