@@ -168,6 +168,9 @@ bool readOptions(int count, char *arguments[], Options &options)
     }
     if (optind < count) {
         std::cerr << "rtosMediaDBSim: not an option: " << arguments[optind] << '\n';
+    } else if (options.makeCard && !options.replay.empty()) {
+        std::cerr << "rtosMediaDBSim: --make-card and --replay exclude each other\n";
+        return false;
     }
     return optind == count;
 }

@@ -1,4 +1,5 @@
 """The console against the simulated camera over the real socket. Arguments: folder of the programs, then unittest's."""
+import atexit
 import concurrent.futures
 import os
 import pathlib
@@ -44,6 +45,7 @@ class Camera:
         self.dies = "--die" in options
         self.process = subprocess.Popen([SIMULATOR, "--card", self.card, *options], env=self.environment,
                                         stdout=subprocess.PIPE)
+        atexit.register(self.process.kill)
         assert b"serving" in self.process.stdout.readline()
 
     def end(self):
@@ -131,7 +133,7 @@ class Console(unittest.TestCase):
 
     def test_replay_prints_something_else(self):
         words = [("list", ""), ("vid", *FILE), ("cc", "10")]
-        camera = Camera(self.folder, self.card)
+        camera = Camera(self.folder, self.card, "--drop", "9")
 
         def printed(*more):
             return [re.sub(b"took [0-9:]+", b"", camera.open(*each, "1", *more).communicate()[0]) for each in words]

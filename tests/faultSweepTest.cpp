@@ -56,14 +56,15 @@ struct Exception {
 static const Exception exceptions[] = {
     // An identity that can't be read is made anew; a paged list goes on without one.
     {"list|pl", "fopen fputs fgets fclose mkdir stat rand", "{\"id\":\"", "\""},
-    {"pl 3", "send receive half busy", "\"media\":", ""}, // a retry uses up one of the passes
-    {"hist", "half busy", "BIN", "> "},                   // a refusal is only logged; what did not come is 0
-    {"gumibyfile", "half", "GUMI: ", "\n"},               // the same
-    {"cl", "init send receive half busy", "calling", ""}, // results but for the last are only printed
-    {"cl", "gmtime asctime", "creation time:", "\n"},     // a time without a text
-    {"cc", "half busy", "total items: ", ""},             // a refusal brings no items, and is no failure
-    {"cc", "time", "took ", "\n"},                        // the distance from a time that is not known
-    {"typed", "fgets", "> ", ""},                         // what can't be read is the end of the input
+    {"pl 3", "send receive half busy", "\"media\":[", "]}\r\n"}, // a retry uses up one of the passes
+    {"hist", "half busy", "BIN", "> "},                          // a refusal is only logged; what did not come is 0
+    {"gumibyfile", "half", "GUMI: ", "\n"},                      // the same
+    {"cl", "init half busy", "calling", ""},                     // results but for the last are only printed
+    {"half cl", "receive", "calling", ""},                       // then the half answer never comes
+    {"cl", "gmtime asctime", "creation time:", "\n"},            // a time without a text
+    {"cc", "busy", "total items: ", ""},                         // refused from the first on it is an empty catalogue
+    {"cc", "time", "took ", "\n"},                               // the distance from a time that is not known
+    {"typed", "fgets", "> ", ""}, // what is not read is skipped, and the words behind it move up; or it is the end
 };
 
 // What a fault does to a command: of the rows the first that fits tells it. A fault without a row is got over.
@@ -78,8 +79,9 @@ struct End {
 static const End ends[] = {
     {"typed", MAY_END, "fgets half busy"},
     {"cl", MAY_END, "init"},
+    {"cc", ENDS, "", "half stat"},
     {"cc", MAY_END, "half busy stat"},
-    {"gumibyfile", MAY_END, "half"},
+    {"gumibyfile", GOT_OVER, "half"},
     {direct, ENDS_WITH_RESULT, "init"},
     {"vsi", ENDS_WITH_RESULT, "send"},
     {direct, ENDS, "send receive half busy"},
@@ -323,10 +325,12 @@ TEST(FaultSweep, FaultThatIsPassedOverOrLeavesSomethingBehind)
         make(card, command);
         ConsoleRun clean = run;
         ASSERT_TRUE(clean.status >= 0 && judged(command, clean).empty()) << command << "\n" << clean.output;
+        reached.insert(clean.counts.begin(), clean.counts.end());
         // The product takes none of the heap but output buffers: three for a document, which has four carriage returns.
         const auto buffers = std::ranges::count(clean.output, '\r') / 4 * (has(command, "pl") ? 1 : 3);
         EXPECT_TRUE(has(command, "cc") || clean.counts["calloc"] + clean.counts["new"] == buffers) << command;
-        reached.insert(clean.counts.begin(), clean.counts.end());
+        // Nor does the C library for it: no stream but that of the card's identity, or of reports.
+        EXPECT_TRUE(has(command, documents) || command.starts_with("half") || clean.counts["fopen"] == 0) << command;
         int runs = 0;
         for (const auto &[fault, count] : clean.counts) {
             for (int i = 0; i < 2 * count && !HasFailure(); ++i, ++runs) {
@@ -338,6 +342,7 @@ TEST(FaultSweep, FaultThatIsPassedOverOrLeavesSomethingBehind)
             }
         }
         printf("%5d runs: %s\n", runs, command.c_str());
+        fflush(stdout);
     }
     for (const consoleCommand &row : commandTable) {
         EXPECT_TRUE(has(std::regex_replace(commands, std::regex(";"), " "), row.pWord)) << row.pWord << " is not run";

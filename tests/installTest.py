@@ -63,7 +63,10 @@ class Installed(unittest.TestCase):
         cls.simulator.communicate()
 
     def test_other_symbols_are_exported_or_it_grows(self):
-        size = 0
+        size, archive = 0, run("nm", "-g", "--defined-only", self.library.with_suffix(".a"))
+        self.assertEqual(set(re.findall(r"^\w+ \w (\w+)", archive, re.M)), CALLS)
+        imported = set(re.findall(r"U (\w+)", run("nm", "-D", self.library)))
+        self.assertEqual(imported & {"malloc", "realloc", "calloc", "strdup", "open_memstream", "_Znwm"}, {"calloc"})
         for path, exported in ((self.library, CALLS), (CONSOLE, {"g_logLevel", "mxErrnoStrMap"})):
             symbols = run("nm", "-D", "--defined-only", path).splitlines()
             self.assertEqual({line.split()[-1] for line in symbols}, exported)
