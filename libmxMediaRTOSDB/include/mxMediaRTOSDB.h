@@ -331,9 +331,9 @@ typedef struct cah_item_s cah_item_s;
  * Each call opens the channel, makes one exchange and closes the channel again; nothing is retried, and no heap is used
  * but what the C library may take for a log line. Result: 0, or a negative value: the channel's own when it can't be
  * opened, else -1 unless told otherwise. On a failure the out-parameters stay as they were and a log line says why. A
- * status that refuses is no failure of its own: a record that comes with it is taken as good, with a log line. The first
- * argument is ignored. A null in one of the pointers named as required is a failure; any other out-pointer may be null,
- * and its record is then left out.
+ * status that refuses is no failure of its own: a record that comes with it is taken as good, with a log line. The
+ * first argument is ignored. A null in one of the pointers named as required is a failure; any other out-pointer may be
+ * null, and its record is then left out.
  */
 
 /**
