@@ -125,14 +125,14 @@ void cahWalk(Input &input)
     uint32_t sessionId = 7, total = 7;
     const int result = list(count, startIndex, 7, itemCallback, &items, fileCallback, nullptr, &sessionId, &total);
     REQUIRE((result >= 0 && result <= static_cast<int>(count)) || result == -1 || result == -3);
-    REQUIRE(result < 0 || answers.answer.bytes.size() >= DB_RESPONSE_BODY_OFFSET);
     REQUIRE(items <= static_cast<int>(count) && (result != -3 || (sessionId == 7 && total == 7)));
     // Of a header that is cut short the rest is 0.
     const auto isReceived = [length = answers.answer.bytes.size()](size_t offset, uint32_t value) {
         return length >= offset + sizeof value || value >> (8 * (std::max(length, offset) - offset)) == 0;
     };
     REQUIRE(result < 0 || answers.exchanges != 1 ||
-            (isReceived(offsetof(db_list_response_header, session_id), sessionId) &&
+            (answers.answer.bytes.size() >= DB_RESPONSE_BODY_OFFSET &&
+             isReceived(offsetof(db_list_response_header, session_id), sessionId) &&
              isReceived(offsetof(db_list_response_header, total_entries), total)));
 }
 

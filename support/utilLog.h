@@ -3,9 +3,9 @@
  * Log lines, assertions and error reports.
  *
  * Log lines go to syslog and are gated by `g_logLevel`. Assertions and error reports go to standard output, to a file
- * on the card and to syslog, as the platform's `g_debug_level` says. The build gives each source file its own two
- * texts: MX_SOURCE_NAME, its base name, and MX_SOURCE_PATH, its path from the project's root, both without extension. A
- * source outside the build gets its name and path as the compiler knows them.
+ * on the card and to syslog, as the platform's `g_debug_level` says. The build gives each source file that has
+ * log lines two texts of its own: MX_SOURCE_NAME, its base name, and MX_SOURCE_PATH, its path from the project's root,
+ * both without extension (`mx_name_sources`). Any other gets its name and path as the compiler knows them.
  */
 #ifndef UTIL_LOG_H
 #define UTIL_LOG_H

@@ -331,9 +331,9 @@ typedef struct cah_item_s cah_item_s;
  * Each call opens the channel, makes one exchange and closes the channel again; nothing is retried, and no heap is used
  * but what the C library may take for a log line. Result: 0, or a negative value: the channel's own when it can't be
  * opened, else -1 unless told otherwise. On a failure the out-parameters stay as they were and a log line says why. A
- * status that refuses is no failure of its own: a record that comes with it is taken as good, with a log line. The
- * first argument is ignored. A null in one of the pointers named as required is a failure; any other out-pointer may be
- * null, and its record is then left out.
+ * status that refuses is no failure of its own: a record that comes with it is taken as good. The first argument is
+ * ignored. A null in one of the pointers named as required is a failure; any other out-pointer may be null, and its
+ * record is then left out.
  */
 
 /**
@@ -398,7 +398,7 @@ int dbGetFileNameByGUMI(void *pUnused, const uint8_t *gumi, struct db_file_spec 
  * @param pFileName zero-terminated, exactly 12 characters
  * @param uploadStatus the new status; not checked
  * @param token the request's token; the response's is not compared
- * @return 0, also when the database refuses, which only the log tells; negative for a bad name or a failed exchange
+ * @return 0, also when the database refuses, which a program is not told; negative for a bad name or a failed exchange
  */
 int dbSetUploadStatus(const char *pDirName, const char *pFileName, uint32_t uploadStatus, uint32_t token);
 
@@ -408,7 +408,7 @@ int dbSetUploadStatus(const char *pDirName, const char *pFileName, uint32_t uplo
  * @param pUnused not used
  * @param histogram receives the counters; those that the response does not bring are 0. Untouched when the response is
  *        shorter than its header.
- * @return 0, also when the database refuses, which only the log tells; -1 for a failed exchange
+ * @return 0, also when the database refuses, which a program is not told; -1 for a failed exchange
  */
 int dbGetUploadStatusHistogram(uint32_t token, void *pUnused, struct db_upload_histogram *histogram);
 
@@ -417,8 +417,8 @@ int dbGetUploadStatusHistogram(uint32_t token, void *pUnused, struct db_upload_h
 /*
  * Each call prints one HTTP answer on standard output: the head with the status, and with status 200 the whole JSON
  * document. A failure prints no part of the document: the head alone, or behind it a list without entries. Result: 0
- * when the answer's status is 200, else -1. `outputHandle` is opaque and may be null. All but `dbGetPagedList` need the
- * identity of the card, the file MISC/card on it, and make it when it is missing; without one the status is 404.
+ * when the answer's status is 200, else -1. `outputHandle` is opaque and may be null. Each makes the identity of the
+ * card, the file MISC/card on it, when it is missing; where that fails the status is 404, but for `dbGetPagedList`.
  */
 
 /**
