@@ -49,9 +49,9 @@ class Camera:
         assert b"serving" in self.process.stdout.readline()
 
     def end(self):
-        """Ends the camera. One that dies by itself must have done so before."""
-        if self.dies:
-            self.process.wait(timeout=8)
+        """Ends the camera. One that dies by itself must have done so before, and no other."""
+        assert not self.dies or self.process.wait(timeout=8)
+        assert self.dies == (self.process.poll() is not None)
         self.process.kill()
         self.process.communicate()
         assert self.process.returncode == -signal.SIGKILL
