@@ -24,7 +24,7 @@ def enter_own_namespace(*packages):
     Starts this program anew where it can mount a card without anybody else seeing it. The packages that it needs are
     installed before, as in there every user seems to be root.
     """
-    if "BENCH_NAMESPACE" in os.environ:
+    if os.environ.get("BENCH_NAMESPACE") == "yes":
         return
     if re.search(r"[\s:,]", str(PROGRAMS)):
         sys.exit(f"A blank, colon or comma is in {PROGRAMS}: name another folder by BENCH_BUILD.")

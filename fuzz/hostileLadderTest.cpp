@@ -137,6 +137,10 @@ TEST(HostileLadder, ReadBeyondMessage)
         readers.push_back(
             {"largest record", directCalls, {message(Bytes{call++, 9}, plain), message(head, largest)}, 130});
     }
+    for (uint8_t call = 2;
+         const Bytes &answer : {message(head, item(0), video(0)), message(head, item(1, 0), groupInfo(3, 0, 31))}) {
+        readers.push_back({"nothing behind the record", directCalls, {message(Bytes{call++, 9}, plain), answer}});
+    }
     const Bytes done = message(head), histogram = message(head, Bytes(sizeof(db_upload_histogram), 1));
     for (uint8_t call = 0; const Bytes &answer : {content, more, oneVideo, oneGroup, gumi, name, done, histogram}) {
         readers.push_back({"direct call", directCalls, {message(Bytes{call++, 9}, plain), answer}});
@@ -144,17 +148,11 @@ TEST(HostileLadder, ReadBeyondMessage)
     for (uint8_t call = 0; const Bytes &answer : {content, oneVideo, gumi, more, done}) {
         readers.push_back({"typed response", typedResponses, {message(call++, plain), answer}});
     }
-    const auto videoRequest = [](uint32_t count) {
-        Bytes bytes = message(db_request_header{DB_COMMAND_VIDEO_SPECIFIC_INFO, count, 1});
-        while (count-- != 0) {
-            bytes << message(fileSpec());
-        }
-        return bytes;
-    };
+    const db_request_header three = {DB_COMMAND_VIDEO_SPECIFIC_INFO, 3, 1}, most = {three.command_type, 74, 1};
     for (const Bytes &request :
-         {listRequest(20, 2, DB_LIST_OPTION_INCLUDE_GUMI, 0), fileRequest(DB_COMMAND_CONTENT_INFO), videoRequest(3),
-          videoRequest(DB_FILE_REQUEST_MAX_FILES), fileRequest(DB_COMMAND_GROUP_CONTENT_INFO),
-          message(fileRequest(DB_COMMAND_SET_UPLOAD_STATUS), 9)}) {
+         {listRequest(20, 2, DB_LIST_OPTION_INCLUDE_GUMI, 0), fileRequest(DB_COMMAND_CONTENT_INFO),
+          message(three, fileSpec(), fileSpec(), fileSpec()), filled(message(most), message(fileSpec())),
+          fileRequest(DB_COMMAND_GROUP_CONTENT_INFO), message(fileRequest(DB_COMMAND_SET_UPLOAD_STATUS), 9)}) {
         readers.push_back({"request", cameraAsked, {{}, request}, 130});
     }
     signal(SIGABRT, [](int) { fputs(current, stderr); });

@@ -132,7 +132,7 @@ int mxIpcReceive(mxIpcHandle *, void *pBuffer)
     std::copy_n(bytes.begin(), received, static_cast<uint8_t *>(pBuffer));
     const bool cleared = pFar->gumisAreCleared && pFar->request.command_type == DB_COMMAND_GUMI_BY_FILE_NAME;
     const size_t kept = std::max<size_t>(received, cleared ? DB_RESPONSE_GUMI_OFFSET + 2 * DB_GUMI_BYTES : 0);
-    std::fill_n(static_cast<uint8_t *>(pBuffer) + kept, DB_MESSAGE_MAX_BYTES - kept, uint8_t{0xEE});
+    std::fill_n(static_cast<uint8_t *>(pBuffer) + received, DB_MESSAGE_MAX_BYTES - received, uint8_t{0xEE});
     guard(pBuffer, kept);
     return static_cast<int>(bytes.size());
 }

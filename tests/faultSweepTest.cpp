@@ -343,7 +343,6 @@ TEST(FaultSweep, FaultThatIsPassedOverOrLeavesSomethingBehind)
             }
         }
         printf("%5d runs: %s\n", runs, command.c_str());
-        fflush(stdout);
     }
     for (const consoleCommand &row : commandTable) {
         EXPECT_TRUE(has(std::regex_replace(commands, std::regex(";"), " "), row.pWord)) << row.pWord << " is not run";
