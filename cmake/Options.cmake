@@ -17,9 +17,9 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 add_link_options(-Wl,--enable-new-dtags)
 
 # For the library and what it stands on: no C++ runtime is needed. A callback's exceptions still pass through.
-set(MX_WITHOUT_RUNTIME $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> -funwind-tables)
+set(MX_LIBRARY_OPTIONS $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> -funwind-tables)
 # Nor do its inline constants ask to be the only ones in a process, as they stay inside of it.
-list(APPEND MX_WITHOUT_RUNTIME $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
+list(APPEND MX_LIBRARY_OPTIONS $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
 
 if(MX_WERROR)
     add_compile_options(-Werror)

@@ -86,7 +86,7 @@ void typedResponses(Input &input)
         const auto type = static_cast<uint32_t>(file.pInfo != nullptr ? file.pInfo->content_type : -1);
         REQUIRE(file.pVideo == nullptr || type > DB_CONTENT_TYPE_TIME_LAPSE_VIDEO || isWhole(file));
         REQUIRE(pMore == nullptr || wasReceived(pMore, sizeof *pMore));
-        const std::string_view gumis(reinterpret_cast<char *>(buffer.data()), DB_RESPONSE_GUMI_OFFSET + 32);
+        const std::string_view gumis(reinterpret_cast<char *>(&buffer[0]), DB_RESPONSE_GUMI_OFFSET + 2 * DB_GUMI_BYTES);
         REQUIRE(!pGumi || gumis.find_first_not_of('\0', answers.answer.bytes.size()) == gumis.npos);
         REQUIRE((pParent != nullptr) == (call == 2 && (file.pInfo->mediaProperties & DB_MEDIA_CLIPPED) != 0));
     } else {

@@ -148,10 +148,11 @@ TEST(HostileLadder, ReadBeyondMessage)
     for (uint8_t call = 0; const Bytes &answer : {content, oneVideo, gumi, more, done}) {
         readers.push_back({"typed response", typedResponses, {message(call++, plain), answer}});
     }
-    const db_request_header three = {DB_COMMAND_VIDEO_SPECIFIC_INFO, 3, 1}, most = {three.command_type, 74, 1};
+    const db_request_header three = {DB_COMMAND_VIDEO_SPECIFIC_INFO, 3, 1};
     for (const Bytes &request :
          {listRequest(20, 2, DB_LIST_OPTION_INCLUDE_GUMI, 0), fileRequest(DB_COMMAND_CONTENT_INFO),
-          message(three, fileSpec(), fileSpec(), fileSpec()), filled(message(most), message(fileSpec())),
+          message(three, fileSpec(), fileSpec(), fileSpec()),
+          filled(message(three.command_type, DB_FILE_REQUEST_MAX_FILES, 1), message(fileSpec())),
           fileRequest(DB_COMMAND_GROUP_CONTENT_INFO), message(fileRequest(DB_COMMAND_SET_UPLOAD_STATUS), 9)}) {
         readers.push_back({"request", cameraAsked, {{}, request}, 130});
     }

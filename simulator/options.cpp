@@ -168,11 +168,13 @@ bool readOptions(int count, char *arguments[], Options &options)
     }
     if (optind < count) {
         std::cerr << "rtosMediaDBSim: not an option: " << arguments[optind] << '\n';
-    } else if (options.makeCard && !options.replay.empty()) {
+        return false;
+    }
+    if (options.makeCard && !options.replay.empty()) {
         std::cerr << "rtosMediaDBSim: --make-card and --replay exclude each other\n";
         return false;
     }
-    return optind == count;
+    return true;
 }
 
 void printHelp(std::ostream &out)

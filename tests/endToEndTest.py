@@ -103,10 +103,10 @@ class Console(unittest.TestCase):
     def is_fair(self, words, *fault, result):
         """Documents are whole or refused. The others end with the call that failed, `cl` goes on."""
         status, output, _ = result
-        if words[0] in DOCUMENTS and not fault[0] and fault[2] == f"mid-answer:{self.exchanges[words]}":
-            return status == 255 and REFUSED.fullmatch(output)  # half of the last answer is none
-        if result == self.whole[words] or self.must_be_whole(words, *fault):
-            return result == self.whole[words]
+        half = not fault[0] and fault[2] == f"mid-answer:{self.exchanges[words]}"  # of the last answer, which is none
+        is_whole = result == self.whole[words]
+        if self.must_be_whole(words, *fault) or (is_whole and not (half and words[0] in DOCUMENTS)):
+            return is_whole
         if words[0] in DOCUMENTS:
             return status == 255 and REFUSED.fullmatch(output)
         told = re.search(CL_ENDS if words[0] == "cl" else ENDS, output, re.S)
